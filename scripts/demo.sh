@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# The main job: installs what it needs, builds the library and the command-line tool, and shows
+# an example family of the shipped catalogue.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/deps.sh
+
+build=build/release
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTORVEX_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" -j"$(nproc)" --target torvex-cli >/dev/null
+
+family=examples/iso4762/Family.xml
+exec "$build"/cli/torvex show "$family" \
+  --strings examples/iso4762/FamilyStrings.EN-US.xml \
+  --strings examples/iso4762/FamilyStrings.DE-DE.xml

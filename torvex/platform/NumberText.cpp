@@ -1,0 +1,155 @@
+#include "torvex/platform/NumberText.h"
+
+#include <charconv>
+#include <cmath>
+#include <cwctype>
+#include <limits>
+#include <string_view>
+#include <system_error>
+
+namespace torvex::platform {
+namespace {
+
+std::wstring Widen(const char* begin, const char* end) {
+    return std::wstring(begin, end);
+}
+
+bool IsCSpace(wchar_t c) {
+    return c == L' ' || c == L'\t' || c == L'\n' || c == L'\v' || c == L'\f' || c == L'\r';
+}
+bool IsDigit(wchar_t c) {
+    return c >= L'0' && c <= L'9';
+}
+bool IsHexDigit(wchar_t c) {
+    return IsDigit(c) || (c >= L'a' && c <= L'f') || (c >= L'A' && c <= L'F');
+}
+wchar_t Lower(wchar_t c) {
+    return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c;
+}
+
+bool MatchWordNoCase(const wchar_t* p, const char* word) {
+    for (; *word; ++p, ++word)
+        if (Lower(*p) != *word)
+            return false;
+    return true;
+}
+
+std::wstring NonFinite(double value) {
+    if (std::isnan(value))
+        return std::signbit(value) ? L"-nan" : L"nan";
+    return value < 0 ? L"-inf" : L"inf";
+}
+
+} // namespace
+
+std::wstring FormatFixed(double value, int decimals) {
+    if (!std::isfinite(value))
+        return NonFinite(value);
+    // 309 integer digits at most, plus sign, point and the decimals.
+    std::string buffer(static_cast<size_t>(decimals) + 330, '\0');
+    auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                std::chars_format::fixed, decimals);
+    return Widen(buffer.data(), result.ptr);
+}
+
+std::wstring FormatGeneral(double value, int precision) {
+    if (!std::isfinite(value))
+        return NonFinite(value);
+    if (precision <= 0)
+        precision = 1;
+    char buffer[400];
+    auto result =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, precision);
+    return Widen(buffer, result.ptr);
+}
+
+double ParseLeadingDouble(const wchar_t* text, size_t* consumed) {
+    if (consumed)
+        *consumed = 0;
+    if (!text)
+        return 0.0;
+    const wchar_t* p = text;
+    while (IsCSpace(*p))
+        ++p;
+    bool negative = false;
+    if (*p == L'+' || *p == L'-') {
+        negative = *p == L'-';
+        ++p;
+    }
+    const wchar_t* start = p;
+    double value = 0.0;
+    const wchar_t* end = nullptr;
+
+    if (MatchWordNoCase(p, "infinity")) {
+        value = std::numeric_limits<double>::infinity();
+        end = p + 8;
+    } else if (MatchWordNoCase(p, "inf")) {
+        value = std::numeric_limits<double>::infinity();
+        end = p + 3;
+    } else if (MatchWordNoCase(p, "nan")) {
+        value = std::numeric_limits<double>::quiet_NaN();
+        end = p + 3;
+        if (*end == L'(') {
+            const wchar_t* q = end + 1;
+            while (IsDigit(*q) || (Lower(*q) >= L'a' && Lower(*q) <= L'z') || *q == L'_')
+                ++q;
+            if (*q == L')')
+                end = q + 1;
+        }
+    } else {
+        bool hex = p[0] == L'0' && (p[1] == L'x' || p[1] == L'X') &&
+                   (IsHexDigit(p[2]) || (p[2] == L'.' && IsHexDigit(p[3])));
+        const wchar_t* q = hex ? p + 2 : p;
+        auto digit = hex ? IsHexDigit : IsDigit;
+        bool any = false;
+        while (digit(*q))
+            ++q, any = true;
+        if (*q == L'.') {
+            ++q;
+            while (digit(*q))
+                ++q, any = true;
+        }
+        if (!any)
+            return 0.0;
+        const wchar_t exponentLetter = hex ? L'p' : L'e';
+        if (Lower(*q) == exponentLetter) {
+            const wchar_t* e = q + 1;
+            if (*e == L'+' || *e == L'-')
+                ++e;
+            if (IsDigit(*e)) {
+                while (IsDigit(*e))
+                    ++e;
+                q = e;
+            }
+        }
+        end = q;
+        std::string narrow;
+        narrow.reserve(static_cast<size_t>(end - (hex ? p + 2 : p)));
+        for (const wchar_t* c = hex ? p + 2 : p; c < end; ++c)
+            narrow.push_back(static_cast<char>(*c));
+        auto result = std::from_chars(narrow.data(), narrow.data() + narrow.size(), value,
+                                      hex ? std::chars_format::hex : std::chars_format::general);
+        if (result.ec == std::errc::result_out_of_range) {
+            // Decide between overflow and underflow by the exponent's sign as wcstod does.
+            const size_t e = narrow.find_first_of(hex ? "pP" : "eE");
+            const bool smallExponent = e != std::string::npos && narrow[e + 1] == '-';
+            value = smallExponent ? 0.0 : HUGE_VAL;
+        }
+    }
+    (void)start;
+    if (consumed)
+        *consumed = static_cast<size_t>(end - text);
+    return negative ? -value : value;
+}
+
+bool IsWholeDouble(const wchar_t* text) {
+    if (!text || !*text)
+        return true;
+    size_t consumed = 0;
+    ParseLeadingDouble(text, &consumed);
+    if (consumed == 0)
+        return false;
+    return text[consumed] == L'\0';
+}
+
+} // namespace torvex::platform

@@ -1,0 +1,5 @@
+#pragma once
+// Torvex: the data model of a catalogue of standard parts. This header includes every exported
+// class of the library.
+
+#include "torvex/module/CTorvexApp.h"
