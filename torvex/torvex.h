@@ -3,3 +3,5 @@
 // class of the library.
 
 #include "torvex/module/CTorvexApp.h"
+#include "torvex/text/CStringUtil.h"
+#include "torvex/text/DataTypes.h"

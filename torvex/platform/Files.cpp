@@ -2,8 +2,10 @@
 
 #include "torvex/platform/Utf16.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -41,12 +43,25 @@ bool DeleteFile(const std::wstring& path) {
 }
 
 bool ReadFileBytes(const std::wstring& path, std::string& out) {
-    std::ifstream in(NativePath(path), std::ios::binary);
-    if (!in)
+    // Plain system calls: a stream would throw when the path names a directory.
+    const int fd = ::open(NativePath(path).c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
         return false;
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad())
-        return false;
+    std::string bytes;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            ::close(fd);
+            return false;
+        }
+        if (n == 0)
+            break;
+        bytes.append(buffer, static_cast<size_t>(n));
+    }
+    ::close(fd);
     out.swap(bytes);
     return true;
 }

@@ -1,5 +1,6 @@
 #include "torvex/platform/NumberText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cwctype>
@@ -34,6 +35,35 @@ bool MatchWordNoCase(const wchar_t* p, const char* word) {
     return true;
 }
 
+// For a mantissa and exponent text out of the double range: true when it is too large, false
+// when too small. The magnitude counts the mantissa's digits ahead of the point from its first
+// non-zero digit, plus the exponent (binary for hexadecimal text), so "1000e-2" and "0.001e5"
+// are judged by their value and not by the exponent's sign.
+bool Overflows(const std::string& number, bool hex) {
+    const size_t exponentAt = number.find_first_of(hex ? "pP" : "eE");
+    const std::string mantissa = number.substr(0, exponentAt);
+    const size_t point = std::min(mantissa.find('.'), mantissa.size());
+    const size_t first = mantissa.find_first_not_of("0.");
+    if (first == std::string::npos)
+        return false;
+    constexpr long long kLimit = 1000000000LL; // far beyond any double, far from overflow
+    long long magnitude = first < point ? static_cast<long long>(point - first)
+                                        : -static_cast<long long>(first - point - 1);
+    if (hex)
+        magnitude *= 4;
+    if (exponentAt != std::string::npos) {
+        size_t i = exponentAt + 1;
+        const bool negative = i < number.size() && number[i] == '-';
+        if (i < number.size() && (number[i] == '-' || number[i] == '+'))
+            ++i;
+        long long exponent = 0;
+        for (; i < number.size(); ++i)
+            exponent = std::min(kLimit, exponent * 10 + (number[i] - '0'));
+        magnitude += negative ? -exponent : exponent;
+    }
+    return magnitude > 0;
+}
+
 std::wstring NonFinite(double value) {
     if (std::isnan(value))
         return std::signbit(value) ? L"-nan" : L"nan";
@@ -55,12 +85,17 @@ std::wstring FormatFixed(double value, int decimals) {
 std::wstring FormatGeneral(double value, int precision) {
     if (!std::isfinite(value))
         return NonFinite(value);
-    if (precision <= 0)
+    // As printf: a negative precision counts as none given (6), a zero one as 1.
+    if (precision < 0)
+        precision = 6;
+    else if (precision == 0)
         precision = 1;
-    char buffer[400];
-    auto result =
-        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, precision);
-    return Widen(buffer, result.ptr);
+    // The longest exact form (a denormal) has 767 significant digits; room for sign, point and
+    // exponent besides.
+    std::string buffer(static_cast<size_t>(std::min(precision, 800)) + 16, '\0');
+    auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                std::chars_format::general, precision);
+    return Widen(buffer.data(), result.ptr);
 }
 
 double ParseLeadingDouble(const wchar_t* text, size_t* consumed) {
@@ -129,12 +164,8 @@ double ParseLeadingDouble(const wchar_t* text, size_t* consumed) {
             narrow.push_back(static_cast<char>(*c));
         auto result = std::from_chars(narrow.data(), narrow.data() + narrow.size(), value,
                                       hex ? std::chars_format::hex : std::chars_format::general);
-        if (result.ec == std::errc::result_out_of_range) {
-            // Decide between overflow and underflow by the exponent's sign as wcstod does.
-            const size_t e = narrow.find_first_of(hex ? "pP" : "eE");
-            const bool smallExponent = e != std::string::npos && narrow[e + 1] == '-';
-            value = smallExponent ? 0.0 : HUGE_VAL;
-        }
+        if (result.ec == std::errc::result_out_of_range)
+            value = Overflows(narrow, hex) ? HUGE_VAL : 0.0;
     }
     (void)start;
     if (consumed)
