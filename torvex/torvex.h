@@ -5,3 +5,7 @@
 #include "torvex/module/CTorvexApp.h"
 #include "torvex/text/CStringUtil.h"
 #include "torvex/text/DataTypes.h"
+#include "torvex/xml/ComError.h"
+#include "torvex/xml/XMLNode.h"
+#include "torvex/xml/XMLNodeArray.h"
+#include "torvex/xml/XMLParser.h"

@@ -1,0 +1,301 @@
+#include "torvex/xml/XmlIo.h"
+
+#include <libxml/encoding.h>
+#include <libxml/parser.h>
+#include <libxml/xmlsave.h>
+
+#include <climits>
+#include <string_view>
+
+#include "torvex/platform/Utf16.h"
+#include "torvex/xml/XmlDom.h"
+
+namespace torvex::xmldetail {
+
+namespace {
+
+const xmlChar* X(const char* text) {
+    return reinterpret_cast<const xmlChar*>(text);
+}
+
+// No network, no DTD loading or validation, entities not substituted, no dictionary (nodes
+// must be able to move between documents), no messages.
+constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NODICT |
+                              XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+
+void IgnoreError(void*, xmlErrorPtr) {}
+
+// A document type declaration ends the parse at once: its internal subset (and any entity
+// defined there) is never read, so entity expansion and external entities can't happen.
+void RefuseDocumentType(void* ctx, const xmlChar*, const xmlChar*, const xmlChar*) {
+    auto* ctxt = static_cast<xmlParserCtxtPtr>(ctx);
+    xmlStopParser(ctxt);
+    ctxt->wellFormed = 0;
+}
+
+xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
+    if (bytes.size() > static_cast<size_t>(INT_MAX)) {
+        return nullptr;
+    }
+    QuietErrors quiet;
+    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
+    if (ctxt == nullptr) {
+        return nullptr;
+    }
+    ctxt->sax->internalSubset = RefuseDocumentType;
+    ctxt->sax->serror = IgnoreError;
+    xmlDocPtr doc = xmlCtxtReadMemory(ctxt, bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                      encoding, options);
+    bool ok = doc != nullptr && ctxt->wellFormed != 0;
+    xmlFreeParserCtxt(ctxt);
+    if (!ok) {
+        xmlFreeDoc(doc);
+        return nullptr;
+    }
+    if (doc->encoding != nullptr) {
+        xmlFree(const_cast<xmlChar*>(doc->encoding));
+    }
+    // Content is UTF-8 inside; a named encoding also keeps the serialiser from turning
+    // non-ASCII characters of attribute values into character references.
+    doc->encoding = xmlStrdup(X("UTF-8"));
+    return doc;
+}
+
+bool IsSpace(wchar_t c) {
+    return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n';
+}
+
+// The data of the XML declaration at the start of the text, trimmed.
+bool ExtractDeclaration(std::wstring_view text, std::string& data) {
+    if (text.size() < 7 || text.substr(0, 5) != L"<?xml" || !IsSpace(text[5])) {
+        return false;
+    }
+    size_t end = text.find(L"?>", 5);
+    if (end == std::wstring_view::npos) {
+        return false;
+    }
+    std::wstring_view inner = text.substr(5, end - 5);
+    while (!inner.empty() && IsSpace(inner.front())) {
+        inner.remove_prefix(1);
+    }
+    while (!inner.empty() && IsSpace(inner.back())) {
+        inner.remove_suffix(1);
+    }
+    data = platform::ToUtf8(inner);
+    return true;
+}
+
+// The first characters of file bytes as far as a declaration can reach, by the byte order mark
+// or the first bytes (non-ASCII characters do not matter here).
+std::wstring Head(const std::string& bytes) {
+    auto byte = [&](size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    size_t n = bytes.size();
+    size_t start = 0;
+    int width = 1;
+    bool bigEndian = false;
+    if (n >= 3 && byte(0) == 0xEF && byte(1) == 0xBB && byte(2) == 0xBF) {
+        start = 3;
+    } else if (n >= 2 && byte(0) == 0xFF && byte(1) == 0xFE) {
+        start = 2;
+        width = 2;
+    } else if (n >= 2 && byte(0) == 0xFE && byte(1) == 0xFF) {
+        start = 2;
+        width = 2;
+        bigEndian = true;
+    } else if (n >= 4 && byte(0) == 0x3C && byte(1) == 0 && byte(2) == 0x3F && byte(3) == 0) {
+        width = 2;
+    } else if (n >= 4 && byte(0) == 0 && byte(1) == 0x3C && byte(2) == 0 && byte(3) == 0x3F) {
+        width = 2;
+        bigEndian = true;
+    }
+    std::wstring head;
+    for (size_t i = start; i + width <= n && head.size() < 1024; i += width) {
+        unsigned unit = width == 1  ? byte(i)
+                        : bigEndian ? (byte(i) << 8 | byte(i + 1))
+                                    : (byte(i + 1) << 8 | byte(i));
+        head.push_back(unit < 0x80 ? static_cast<wchar_t>(unit) : L'\xFFFD');
+    }
+    return head;
+}
+
+// Serialises `first` (and its following siblings, each followed by a line feed, when
+// `siblings`) in the given encoding.
+bool SaveNodes(xmlNodePtr first, bool siblings, const char* encoding, std::string& out) {
+    QuietErrors quiet;
+    xmlBufferPtr buffer = xmlBufferCreate();
+    if (buffer == nullptr) {
+        return false;
+    }
+    xmlSaveCtxtPtr ctxt = xmlSaveToBuffer(buffer, encoding, XML_SAVE_NO_DECL);
+    if (ctxt == nullptr) {
+        xmlBufferFree(buffer);
+        return false;
+    }
+    bool ok = true;
+    for (xmlNodePtr node = first; node != nullptr && ok; node = siblings ? node->next : nullptr) {
+        if (node->type == XML_DTD_NODE) {
+            continue;
+        }
+        ok = xmlSaveTree(ctxt, node) >= 0;
+        if (siblings) {
+            ok = ok && xmlSaveFlush(ctxt) >= 0 && xmlBufferAdd(buffer, X("\n"), 1) == 0;
+        }
+    }
+    ok = xmlSaveClose(ctxt) >= 0 && ok;
+    if (ok) {
+        out.assign(reinterpret_cast<const char*>(xmlBufferContent(buffer)),
+                   static_cast<size_t>(xmlBufferLength(buffer)));
+    }
+    xmlBufferFree(buffer);
+    return ok;
+}
+
+void AppendEscapedAttribute(std::string& out, const char* value) {
+    for (const char* p = value; *p != 0; ++p) {
+        switch (*p) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        case '\n':
+            out += "&#10;";
+            break;
+        case '\r':
+            out += "&#13;";
+            break;
+        case '\t':
+            out += "&#9;";
+            break;
+        default:
+            out += *p;
+        }
+    }
+}
+
+// The value of the pseudo-attribute `encoding` in declaration data; empty when absent.
+std::string DeclaredEncoding(const char* data) {
+    std::string_view text(data);
+    size_t pos = text.find("encoding");
+    if (pos == std::string_view::npos) {
+        return {};
+    }
+    pos += 8;
+    while (pos < text.size() && (text[pos] == ' ' || text[pos] == '=' || text[pos] == '\t' ||
+                                 text[pos] == '\r' || text[pos] == '\n')) {
+        ++pos;
+    }
+    if (pos >= text.size() || (text[pos] != '"' && text[pos] != '\'')) {
+        return {};
+    }
+    size_t end = text.find(text[pos], pos + 1);
+    if (end == std::string_view::npos) {
+        return {};
+    }
+    return std::string(text.substr(pos + 1, end - pos - 1));
+}
+
+std::string Upper(std::string text) {
+    for (char& c : text) {
+        if (c >= 'a' && c <= 'z') {
+            c = static_cast<char>(c - 'a' + 'A');
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+ParseResult ParseText(const wchar_t* text) {
+    ParseResult result;
+    std::wstring_view view = text != nullptr ? std::wstring_view(text) : std::wstring_view();
+    if (!view.empty() && view.front() == L'\xFEFF') {
+        view.remove_prefix(1);
+    }
+    std::string bytes = platform::ToUtf8(view);
+    result.doc = Parse(bytes, "UTF-8", kParseOptions | XML_PARSE_IGNORE_ENC);
+    if (result.doc != nullptr) {
+        result.hasDeclaration = ExtractDeclaration(view, result.declaration);
+    }
+    return result;
+}
+
+ParseResult ParseBytes(const std::string& bytes) {
+    ParseResult result;
+    result.doc = Parse(bytes, nullptr, kParseOptions);
+    if (result.doc != nullptr) {
+        result.hasDeclaration = ExtractDeclaration(Head(bytes), result.declaration);
+    }
+    return result;
+}
+
+bool Serialize(xmlNodePtr node, std::string& utf8) {
+    switch (node->type) {
+    case XML_ATTRIBUTE_NODE: {
+        auto* attr = reinterpret_cast<xmlAttrPtr>(node);
+        utf8 = NodeName(node) + "=\"";
+        for (xmlNodePtr text = attr->children; text != nullptr; text = text->next) {
+            if (text->content != nullptr) {
+                AppendEscapedAttribute(utf8, reinterpret_cast<const char*>(text->content));
+            }
+        }
+        utf8 += '"';
+        return true;
+    }
+    case XML_DOCUMENT_NODE:
+        utf8.clear();
+        return node->children == nullptr || SaveNodes(node->children, true, "UTF-8", utf8);
+    default:
+        return SaveNodes(node, false, "UTF-8", utf8);
+    }
+}
+
+bool SerializeForFile(xmlDocPtr doc, std::string& bytes) {
+    const xmlChar* declaration = DeclarationData(doc);
+    std::string encoding =
+        declaration != nullptr ? DeclaredEncoding(reinterpret_cast<const char*>(declaration)) : "";
+    std::string upper = Upper(encoding);
+    auto* docNode = reinterpret_cast<xmlNodePtr>(doc);
+    if (upper.empty() || upper == "UTF-8" || upper == "UTF8") {
+        return Serialize(docNode, bytes);
+    }
+    bool utf16 = upper == "UTF-16" || upper == "UTF16" || upper == "UCS-2" || upper == "UCS2" ||
+                 upper == "UNICODE";
+    if (utf16 || upper == "UTF-16LE" || upper == "UTF-16BE") {
+        std::string utf8;
+        if (!Serialize(docNode, utf8)) {
+            return false;
+        }
+        std::u16string units = platform::ToUtf16(platform::FromUtf8(utf8));
+        bool bigEndian = upper == "UTF-16BE";
+        bytes.clear();
+        bytes.reserve(units.size() * 2 + 2);
+        if (utf16) {
+            bytes += "\xFF\xFE";
+        }
+        for (char16_t unit : units) {
+            char low = static_cast<char>(unit & 0xFF);
+            char high = static_cast<char>(unit >> 8);
+            bytes += bigEndian ? high : low;
+            bytes += bigEndian ? low : high;
+        }
+        return true;
+    }
+    QuietErrors quiet;
+    xmlCharEncodingHandlerPtr handler = xmlFindCharEncodingHandler(encoding.c_str());
+    if (handler == nullptr) {
+        return false;
+    }
+    xmlCharEncCloseFunc(handler);
+    bytes.clear();
+    return doc->children == nullptr || SaveNodes(doc->children, true, encoding.c_str(), bytes);
+}
+
+} // namespace torvex::xmldetail

@@ -1,0 +1,31 @@
+#pragma once
+// Internal to torvex/xml: parsing text and file bytes into libxml2 documents, and serialising
+// nodes and documents.
+
+#include <libxml/tree.h>
+
+#include <string>
+
+#include "torvex/platform/WideString.h"
+
+namespace torvex::xmldetail {
+
+/// The result of a parse: the document (null when the input does not parse) and the data of the
+/// XML declaration the input began with, if any.
+struct ParseResult {
+    xmlDocPtr doc = nullptr;
+    bool hasDeclaration = false;
+    std::string declaration;
+};
+
+/// Parses wide text as it stands: an encoding named in its declaration is ignored.
+ParseResult ParseText(const wchar_t* text);
+/// Parses the bytes of a file; the encoding comes from a byte order mark or the declaration.
+ParseResult ParseBytes(const std::string& bytes);
+
+/// The node serialised as UTF-8 (a document: each top-level node followed by a line feed).
+bool Serialize(xmlNodePtr node, std::string& utf8);
+/// The document's bytes for a file, in the encoding its declaration names (see XMLParser.h).
+bool SerializeForFile(xmlDocPtr doc, std::string& bytes);
+
+} // namespace torvex::xmldetail
