@@ -1,0 +1,230 @@
+#include "torvex/evaluation/CTableValueCache.h"
+
+#include "torvex/evaluation/CCacheArchive.h"
+#include "torvex/evaluation/CValueCacheLoc.h"
+#include "torvex/platform/Files.h"
+#include "torvex/platform/UserLocale.h"
+
+#include <memory>
+#include <string>
+
+namespace torvex {
+
+namespace {
+
+// The only version of the file this system writes; a file of any other version is ignored.
+constexpr int32_t kFileVersion = 1;
+
+// The cache file is per user language: "TableCache_<locale id>.dat" in the cache directory.
+WideString CacheFilePath(const WideString& directory) {
+    if (directory.empty())
+        return WideString();
+    WideString path = directory;
+    if (path.back() != L'\\' && path.back() != L'/')
+        path.push_back(L'/');
+    path += L"TableCache_" + std::to_wstring(platform::UserLocaleId()) + L".dat";
+    return path;
+}
+
+} // namespace
+
+CTableValueCache::CTableValueCache(const WideString& cacheDirectory)
+    : m_filePath(CacheFilePath(cacheDirectory)) {
+    Load();
+}
+
+CTableValueCache::~CTableValueCache() {
+    for (auto& row : m_rows)
+        delete row.second;
+}
+
+CValueCache* CTableValueCache::GetRowCache(const WideString& rowId, bool create) {
+    // A column walks its cells row by row, so the last row looked up is remembered.
+    if (rowId == m_lastRowId)
+        return m_lastRowCache;
+    auto row = m_rows.find(rowId);
+    if (row != m_rows.end()) {
+        m_lastRowId = rowId;
+        m_lastRowCache = row->second;
+        return row->second;
+    }
+    if (!create)
+        return nullptr;
+    auto cache = std::make_unique<CValueCacheLoc>(this);
+    CValueCache* created = cache.get();
+    m_rows.emplace(rowId, cache.release());
+    m_lastRowId = rowId;
+    m_lastRowCache = created;
+    m_dirty = true;
+    return created;
+}
+
+int CTableValueCache::GetValue(const WideString& rowId, const WideString& columnId,
+                               const WideString& language, WideString& value) {
+    CValueCache* row = GetRowCache(rowId, false);
+    if (!row)
+        return 1;
+    return row->GetCachedValue(columnId, language, value);
+}
+
+void CTableValueCache::SetValue(const WideString& rowId, const WideString& columnId,
+                                const WideString& language, const WideString& value) {
+    CValueCache* row = GetRowCache(rowId, true);
+    if (!row)
+        return; // an empty row id while no row is remembered has no cache
+    row->SetCachedValue(columnId, language, value);
+    if (m_languageIndexes.find(language) == m_languageIndexes.end()) {
+        const auto index = static_cast<uint16_t>(m_languageIndexes.size());
+        m_languageIndexes.emplace(language, index);
+    }
+}
+
+void CTableValueCache::ClearValue(const WideString& rowId, const WideString& columnId,
+                                  const WideString& language) {
+    if (CValueCache* row = GetRowCache(rowId, false))
+        row->ClearColumnInLanguage(columnId, language);
+}
+
+void CTableValueCache::ClearColumnInRow(const WideString& rowId, const WideString& columnId) {
+    if (CValueCache* row = GetRowCache(rowId, false))
+        row->ClearColumn(columnId);
+}
+
+void CTableValueCache::ClearColumn(const WideString& columnId) {
+    for (auto& row : m_rows)
+        row.second->ClearColumn(columnId);
+}
+
+void CTableValueCache::DropRow(const WideString& rowId) {
+    auto row = m_rows.find(rowId);
+    if (row == m_rows.end())
+        return;
+    if (row->second == m_lastRowCache) {
+        m_lastRowId.clear();
+        m_lastRowCache = nullptr;
+    }
+    delete row->second;
+    m_rows.erase(row);
+    m_dirty = true;
+}
+
+void CTableValueCache::Clear() {
+    for (auto& row : m_rows)
+        delete row.second;
+    m_rows.clear();
+    m_lastRowId.clear();
+    m_lastRowCache = nullptr;
+    m_languageIndexes.clear();
+    m_columnIndexes.clear();
+    m_columnNames.clear();
+    m_languageNames.clear();
+}
+
+void CTableValueCache::MarkDirty() {
+    m_dirty = true;
+}
+
+void CTableValueCache::DetachFile() {
+    m_filePath.clear();
+}
+
+int CTableValueCache::GetLanguageIndex(const WideString& language) const {
+    auto found = m_languageIndexes.find(language);
+    return found == m_languageIndexes.end() ? -1 : found->second;
+}
+
+int CTableValueCache::GetColumnIndex(const WideString& columnId) const {
+    auto found = m_columnIndexes.find(columnId);
+    return found == m_columnIndexes.end() ? -1 : found->second;
+}
+
+bool CTableValueCache::Load() {
+    Clear();
+    m_dirty = false;
+    if (m_filePath.empty())
+        return false;
+    // The whole file is read at once: whatever its lengths and counts claim, reading never
+    // needs more memory than the file's size and stops at its end.
+    std::string bytes;
+    if (!platform::ReadFileBytes(m_filePath, bytes))
+        return false;
+    CCacheArchive archive(std::move(bytes));
+    try {
+        if (archive.ReadInt32() != kFileVersion)
+            return true; // another version is no error; the cache starts empty
+
+        // Counts are written as unsigned 16-bit words but read as signed: 32768 or more reads
+        // negative, and then no entry is read.
+        const int16_t columnCount = archive.ReadInt16();
+        for (int i = 0; i < columnCount; ++i)
+            m_columnNames.push_back(archive.ReadString());
+
+        const int16_t languageCount = archive.ReadInt16();
+        for (int i = 0; i < languageCount; ++i) {
+            WideString language = archive.ReadString();
+            // A language named twice keeps the later index.
+            m_languageIndexes[language] = static_cast<uint16_t>(i);
+            m_languageNames.push_back(std::move(language));
+        }
+
+        const int32_t rowCount = archive.ReadInt32();
+        if (rowCount < 1)
+            return false;
+        for (int32_t i = 0; i < rowCount; ++i) {
+            WideString rowId = archive.ReadString();
+            if (rowId.empty())
+                return false;
+            auto cache = std::make_unique<CValueCacheLoc>(this);
+            const int result = cache->Load(archive);
+            if (result == -1)
+                return false;
+            CValueCache*& slot = m_rows[rowId];
+            delete slot; // a row id met twice: the later record wins
+            slot = cache.release();
+            if (result == 0)
+                return false;
+        }
+        return true;
+    } catch (...) {
+        // A cut or damaged file: what was read in full stays and is served.
+        return false;
+    }
+}
+
+void CTableValueCache::Save(const WideStringList& columnIds) {
+    if (m_filePath.empty() || m_rows.empty() || !m_dirty)
+        return;
+    try {
+        CCacheArchive archive = CCacheArchive::OpenForWriting(m_filePath);
+        if (!archive.IsOpen())
+            return;
+        archive.WriteInt32(kFileVersion);
+
+        // The column table: position in it is the column index the rows refer to.
+        archive.WriteUInt16(static_cast<uint16_t>(columnIds.size()));
+        m_columnIndexes.clear();
+        uint16_t counter = 0;
+        for (const WideString& columnId : columnIds) {
+            m_columnIndexes[columnId] = counter++;
+            archive.WriteString(columnId);
+        }
+
+        std::map<uint16_t, WideString> languagesByIndex;
+        for (const auto& [language, index] : m_languageIndexes)
+            languagesByIndex[index] = language;
+        archive.WriteUInt16(static_cast<uint16_t>(languagesByIndex.size()));
+        for (const auto& entry : languagesByIndex)
+            archive.WriteString(entry.second);
+
+        archive.WriteInt32(static_cast<int32_t>(m_rows.size()));
+        for (const auto& [rowId, cache] : m_rows) {
+            archive.WriteString(rowId);
+            cache->Save(archive);
+        }
+        archive.Close();
+    } catch (...) {
+        // Nobody is told; a file cut short may stay behind and is read as far as it goes.
+    }
+}
+
+} // namespace torvex

@@ -1,0 +1,87 @@
+#pragma once
+// The value caches of one table: every computed cell value by row, language and column, kept
+// across runs in the table cache file "TableCache_<locale id>.dat".
+
+#include "torvex/platform/WideString.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+
+namespace torvex {
+
+class CValueCache;
+
+/// Owner of the row caches of one table and of its cache file. Not copyable.
+class CTableValueCache {
+public:
+    /// Builds the file path from the directory (empty directory: no file) and loads the file;
+    /// a file that is missing or unreadable leaves the cache empty, silently.
+    explicit CTableValueCache(const WideString& cacheDirectory);
+    /// Deletes the row caches; does not save (the table calls Save first).
+    ~CTableValueCache();
+    CTableValueCache(const CTableValueCache&) = delete;
+    CTableValueCache& operator=(const CTableValueCache&) = delete;
+
+    /// The row's cache; with `create`, a new one is made when absent. Null when absent and not
+    /// created (also for an empty row id while no row is remembered).
+    CValueCache* GetRowCache(const WideString& rowId, bool create);
+    /// Copies a cached value: 0 on a hit, 1 on a miss (nothing is created).
+    int GetValue(const WideString& rowId, const WideString& columnId, const WideString& language,
+                 WideString& value);
+    /// Stores or overwrites a value, creating the row cache; never fails.
+    void SetValue(const WideString& rowId, const WideString& columnId, const WideString& language,
+                  const WideString& value);
+    /// Forgets one value; silent when it is not cached.
+    void ClearValue(const WideString& rowId, const WideString& columnId,
+                    const WideString& language);
+    /// Forgets a column of one row in every language; silent when not cached.
+    void ClearColumnInRow(const WideString& rowId, const WideString& columnId);
+    /// Forgets a column in every row and language; silent when not cached.
+    void ClearColumn(const WideString& columnId);
+    /// Deletes a row's cache; silent when the row has none.
+    void DropRow(const WideString& rowId);
+    /// Deletes every row cache and the language and column indexes; keeps the path and the dirty
+    /// flag. Never fails.
+    void Clear();
+    /// Records that something changed since the load; never fails.
+    void MarkDirty();
+    /// Forgets the file path, so that Save never writes; never fails.
+    void DetachFile();
+
+    /// Reloads the cache from the file: false when there is no path, the file cannot be opened,
+    /// it holds no row or it is damaged (what was read before the damage stays); true for a
+    /// complete file and for a file of another version (then empty).
+    bool Load();
+    /// Writes the file, with `columnIds` as the column table, when there is a path, at least one
+    /// row cache and a change since the load; any failure is silent (a cut file may remain).
+    void Save(const WideStringList& columnIds);
+
+    /// Path of the cache file; empty when there is none.
+    const WideString& GetFilePath() const { return m_filePath; }
+    /// True when something changed since the load.
+    bool IsDirty() const { return m_dirty; }
+    /// Number of row caches.
+    size_t GetRowCount() const { return m_rows.size(); }
+    /// Index of a language in the file's language table; -1 when it has none.
+    int GetLanguageIndex(const WideString& language) const;
+    /// Index of a column in the column table of the last save; -1 when it has none.
+    int GetColumnIndex(const WideString& columnId) const;
+    /// Column ids read from the file, by index; empty before a load.
+    const WideStringList& GetColumnNames() const { return m_columnNames; }
+    /// Languages read from the file, by index; empty before a load.
+    const WideStringList& GetLanguageNames() const { return m_languageNames; }
+
+private:
+    std::map<WideString, CValueCache*> m_rows;
+    std::map<WideString, uint16_t> m_languageIndexes;
+    std::map<WideString, uint16_t> m_columnIndexes;
+    WideStringList m_columnNames;
+    WideStringList m_languageNames;
+    WideString m_filePath;
+    bool m_dirty = false;
+    WideString m_lastRowId;
+    CValueCache* m_lastRowCache = nullptr;
+};
+
+} // namespace torvex
