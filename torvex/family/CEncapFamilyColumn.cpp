@@ -1,0 +1,356 @@
+#include "torvex/family/CEncapFamilyColumn.h"
+
+#include "torvex/evaluation/CTableValueCache.h"
+#include "torvex/family/CEncapFamily.h"
+#include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/family/CStringMapTo.h"
+#include "torvex/family/FamilyNames.h"
+#include "torvex/text/CStringUtil.h"
+
+#include <iterator>
+
+namespace torvex {
+namespace {
+
+const wchar_t* Text(const wchar_t* text) {
+    return text ? text : L"";
+}
+
+using Result = CTableEvaluator::EvaluateResult;
+
+} // namespace
+
+CEncapFamilyColumn::CEncapFamilyColumn(bool) {}
+
+CEncapFamilyColumn::CEncapFamilyColumn(CEncapFamilyTable* table, bool)
+    : m_table(table), m_cache(table ? table->GetValueCache() : nullptr) {}
+
+CEncapFamilyColumn::CEncapFamilyColumn(const XMLNode& node, CEncapFamilyTable* table)
+    : m_table(table), m_node(node), m_cache(table ? table->GetValueCache() : nullptr) {
+    InitMemoryCache();
+}
+
+CEncapFamilyColumn::~CEncapFamilyColumn() = default;
+
+void CEncapFamilyColumn::InitMemoryCache() {
+    WideString text;
+    if (m_node.GetProperty(FamilyNames::AttrColumnId, text))
+        m_columnId = text;
+    if (m_node.GetProperty(FamilyNames::AttrColumnwideValue, text))
+        m_formula = text;
+    if (m_node.GetProperty(FamilyNames::AttrTitle, text))
+        m_title = text;
+    m_node.GetStrBoolProperty(FamilyNames::AttrCustom, m_custom);
+    m_node.GetStrBoolProperty(FamilyNames::AttrHidden, m_hidden);
+    int weight = 0;
+    if (m_node.GetProperty(FamilyNames::AttrKeyWeight, weight))
+        m_keyWeight = weight;
+    if (m_node.GetProperty(FamilyNames::AttrUnitType, text))
+        m_unitType = text;
+    // A missing ValueType reads as the empty text, which is DataString.
+    text.clear();
+    m_node.GetProperty(FamilyNames::AttrValueType, text);
+    m_dataType = DataTypes::DataTypeStr2Num(text);
+}
+
+CEncapFamily* CEncapFamilyColumn::GetFamily() const {
+    return m_table ? m_table->GetFamily() : nullptr;
+}
+
+WideString CEncapFamilyColumn::ActualLanguage() const {
+    WideString language;
+    if (m_table)
+        m_table->GetActualLanguage(language);
+    return language;
+}
+
+// ---- Cell values ----
+
+Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* language,
+                                    WideString& out) {
+    if (!m_table)
+        return CTableEvaluator::EvalNoValue;
+    const WideString row = Text(rowId);
+    const WideString lang = Text(language);
+    if (m_cache && m_cache->GetValue(row, m_columnId, lang, out) == 0)
+        return CTableEvaluator::EvalOk;
+    // The row id and the status are never evaluated: they answer the raw cell.
+    if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
+        SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus)) {
+        m_table->GetRawValue(row.c_str(), m_columnId.c_str(), out);
+        SetCacheValue(row.c_str(), lang.c_str(), out.c_str());
+        return CTableEvaluator::EvalOk;
+    }
+    const Result result = m_table->Evaluate(row, m_columnId, lang);
+    if (result != CTableEvaluator::EvalOk && result != CTableEvaluator::EvalUnitMismatch)
+        return result;
+    if (!m_cache || m_cache->GetValue(row, m_columnId, lang, out) != 0)
+        return CTableEvaluator::EvalNoValue;
+    if (result == CTableEvaluator::EvalUnitMismatch) {
+        // A value from the unitless fall-back is never kept, so each read warns anew.
+        m_cache->ClearValue(row, m_columnId, lang);
+        return CTableEvaluator::EvalUnitMismatch;
+    }
+    return CTableEvaluator::EvalOk;
+}
+
+Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, WideString& out) {
+    const WideString language = ActualLanguage();
+    return GetValue(rowId, language.c_str(), out);
+}
+
+void CEncapFamilyColumn::SetValue(const wchar_t* rowId, const wchar_t* language,
+                                  const wchar_t* value, bool invalidate) {
+    if (!m_table)
+        return;
+    const WideString row = Text(rowId);
+    const WideString lang = Text(language);
+    WideString text = Text(value);
+    if (invalidate)
+        InvalidateCache(row, lang);
+    // After any write the cache file no longer matches the document.
+    if (m_cache)
+        m_cache->DetachFile();
+    // An empty value on an expression column falls back to the formula; a material column
+    // caches the material's name, not the reference written here.
+    if (!(text.empty() && IsExpressionColumn()) && !IsMaterial())
+        SetCacheValue(row.c_str(), lang.c_str(), text.c_str());
+    if (m_dataType == DataTypes::DataReal)
+        CStringUtil::ReplaceDecimalPointOfCell(text);
+    m_table->SetRawValue(row.c_str(), m_columnId.c_str(), lang.c_str(), text.c_str());
+    if (ChangeInColumnCausesRefresh())
+        m_table->BumpMemberRevision(row.c_str());
+}
+
+void CEncapFamilyColumn::SetValue(const wchar_t* rowId, const wchar_t* value, bool invalidate) {
+    const WideString language = ActualLanguage();
+    SetValue(rowId, language.c_str(), value, invalidate);
+}
+
+void CEncapFamilyColumn::ClearCachedValue(const wchar_t* rowId, const wchar_t* language) {
+    if (m_cache)
+        m_cache->ClearValue(Text(rowId), m_columnId, Text(language));
+}
+
+void CEncapFamilyColumn::ClearCachedValue(const wchar_t* rowId) {
+    if (m_cache)
+        m_cache->ClearColumnInRow(Text(rowId), m_columnId);
+}
+
+void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* value) {
+    const WideString language = ActualLanguage();
+    SetCacheValue(rowId, language.c_str(), value);
+}
+
+void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* language,
+                                       const wchar_t* value) {
+    if (m_cache)
+        m_cache->SetValue(Text(rowId), m_columnId, Text(language), Text(value));
+}
+
+void CEncapFamilyColumn::InvalidateCache(const WideString& rowId, const WideString& language) {
+    std::set<const CEncapFamilyColumn*> visited;
+    InvalidateCacheOnce(rowId, language, visited);
+}
+
+void CEncapFamilyColumn::InvalidateCacheOnce(const WideString& rowId, const WideString& language,
+                                             std::set<const CEncapFamilyColumn*>& visited) {
+    if (!visited.insert(this).second)
+        return;
+    if (m_cache) {
+        m_cache->DetachFile();
+        if (rowId.empty())
+            m_cache->ClearColumn(m_columnId);
+        else
+            m_cache->ClearValue(rowId, m_columnId, language);
+    }
+    const ColumnSet dependants = m_dependants;
+    for (CEncapFamilyColumn* column : dependants)
+        column->InvalidateCacheOnce(rowId, language, visited);
+}
+
+bool CEncapFamilyColumn::ChangeInColumnCausesRefresh() {
+    std::set<const CEncapFamilyColumn*> visited;
+    return ChangeCausesRefresh(visited);
+}
+
+bool CEncapFamilyColumn::ChangeCausesRefresh(std::set<const CEncapFamilyColumn*>& visited) {
+    // A column met again on this walk has answered false already (a true ends the walk).
+    if (!visited.insert(this).second)
+        return false;
+    if (m_custom)
+        return false;
+    if (m_geometry || m_hostProperty)
+        return true;
+    if (m_dependants.empty())
+        return false;
+    const ColumnSet dependants = m_dependants;
+    for (CEncapFamilyColumn* column : dependants) {
+        if (column->ChangeCausesRefresh(visited))
+            return true;
+    }
+    return false;
+}
+
+// ---- Derived readings ----
+
+bool CEncapFamilyColumn::IsExpressionColumn() const {
+    WideString formula;
+    GetFormula(formula);
+    return !formula.empty();
+}
+
+bool CEncapFamilyColumn::IsLocalized() const {
+    return m_table && m_table->IsColumnLocalized(m_columnId.c_str());
+}
+
+bool CEncapFamilyColumn::IsLegacyMapColumn() const {
+    CEncapFamily* family = GetFamily();
+    if (!family)
+        return false;
+    WideString category;
+    if (!family->GetColumnCategory(m_columnId.c_str(), category))
+        return false;
+    for (const wchar_t* id : FamilyNames::LegacyMapParams) {
+        if (SameTextIgnoringCase(category, id))
+            return true;
+    }
+    return false;
+}
+
+// ---- Title ----
+
+void CEncapFamilyColumn::GetTitle(WideString& out) const {
+    const WideString language = ActualLanguage();
+    GetTitle(out, language.c_str());
+}
+
+void CEncapFamilyColumn::GetTitle(WideString& out, const wchar_t*) const {
+    // Hidden columns have no localized title. The language asked for plays no part: the
+    // localized title is always that of the actual language.
+    CEncapFamily* family = GetFamily();
+    if (family && !m_hidden &&
+        family->GetLocalizedColumnPropertyValue(FamilyNames::ElemTitle, m_columnId.c_str(), out) ==
+            0)
+        return;
+    out = m_title;
+}
+
+void CEncapFamilyColumn::SetTitle(const wchar_t* title) {
+    const WideString text = Text(title);
+    m_node.SetProperty(FamilyNames::AttrTitle, text.c_str());
+    m_title = text;
+    CEncapFamily* family = GetFamily();
+    if (family && !m_hidden)
+        family->SetLocalizedColumnPropertyValue(FamilyNames::ElemTitle, m_columnId.c_str(),
+                                                text.c_str());
+}
+
+void CEncapFamilyColumn::SetTitle(const wchar_t* title, const wchar_t* language) {
+    const WideString text = Text(title);
+    m_node.SetProperty(FamilyNames::AttrTitle, text.c_str());
+    m_title = text;
+    CEncapFamily* family = GetFamily();
+    if (family && !m_hidden)
+        family->SetLocalizedColumnPropertyValue(FamilyNames::ElemTitle, m_columnId.c_str(),
+                                                Text(language), text.c_str());
+}
+
+// ---- Setters ----
+
+void CEncapFamilyColumn::SetColumnID(const wchar_t* columnId) {
+    const WideString text = Text(columnId);
+    m_node.SetProperty(FamilyNames::AttrColumnId, text.c_str());
+    m_columnId = text;
+}
+
+void CEncapFamilyColumn::SetIsCustom(const bool& custom) {
+    m_node.SetStrBoolProperty(FamilyNames::AttrCustom, custom);
+    if (custom == m_custom)
+        return;
+    m_custom = custom;
+    // Asked on the new value: turning custom on never bumps.
+    if (ChangeInColumnCausesRefresh() && m_table)
+        m_table->BumpAllMemberRevisions(nullptr);
+}
+
+void CEncapFamilyColumn::SetIsHidden(const bool& hidden) {
+    m_node.SetStrBoolProperty(FamilyNames::AttrHidden, hidden);
+    m_hidden = hidden;
+}
+
+void CEncapFamilyColumn::SetKeyWeight(const int& keyWeight) {
+    m_node.SetProperty(FamilyNames::AttrKeyWeight, keyWeight);
+    m_keyWeight = keyWeight;
+}
+
+void CEncapFamilyColumn::SetDataType(DataTypes::ColumnDataType dataType) {
+    m_node.SetProperty(FamilyNames::AttrValueType, DataTypes::DataTypeNum2Str(dataType).c_str());
+    m_dataType = dataType;
+}
+
+void CEncapFamilyColumn::SetUnitType(const wchar_t* unitType) {
+    const WideString text = Text(unitType);
+    if (text == m_unitType)
+        return;
+    m_node.SetProperty(FamilyNames::AttrUnitType, text.c_str());
+    m_unitType = text;
+    if (ChangeInColumnCausesRefresh() && m_table)
+        m_table->BumpAllMemberRevisions(nullptr);
+}
+
+void CEncapFamilyColumn::SetIsGeometryColumn(bool geometry) {
+    m_geometry = geometry;
+    m_property = m_geometry || m_hostProperty;
+}
+
+void CEncapFamilyColumn::SetIsHostPropertyColumn(bool hostProperty) {
+    m_hostProperty = hostProperty;
+    m_property = m_geometry || m_hostProperty;
+}
+
+void CEncapFamilyColumn::SetColIPropertyData(CEncapFamilyColIPropertyData* data) {
+    // Handing back the object already held keeps it (releasing it first would leave the
+    // column pointing at freed memory).
+    if (data == nullptr || data != m_propertyData.get())
+        m_propertyData.reset(data);
+    SetIsHostPropertyColumn(data != nullptr);
+}
+
+void CEncapFamilyColumn::UpdateColumnType(const WideString& category) {
+    m_columnType = ColumnTypeNormal;
+    if (category == FamilyNames::ParamFileName)
+        m_columnType = ColumnTypeFileName;
+    else if (category == FamilyNames::ParamMaterial)
+        m_columnType = ColumnTypeMaterial;
+    else if (category == FamilyNames::ParamCategory3)
+        m_columnType = ColumnTypeCategory3;
+    else if (category == FamilyNames::ParamCategory4)
+        m_columnType = ColumnTypeCategory4;
+    else if (category == FamilyNames::ParamCategory5)
+        m_columnType = ColumnTypeCategory5;
+    if (m_columnType != ColumnTypeNormal)
+        SetIsHostPropertyColumn(true);
+}
+
+// ---- Formula ----
+
+void CEncapFamilyColumn::GetFormula(WideString& out) const {
+    const WideString language = ActualLanguage();
+    GetFormula(out, language.c_str());
+}
+
+void CEncapFamilyColumn::GetFormula(WideString& out, const wchar_t* language) const {
+    if (!IsLocalized()) {
+        out = m_formula;
+        return;
+    }
+    CEncapFamily* family = GetFamily();
+    if (!family)
+        return;
+    if (family->GetLocalizedColumnPropertyValue(FamilyNames::ElemColumnwideValue,
+                                                m_columnId.c_str(), Text(language), out) == 1)
+        out = m_formula;
+}
+
+} // namespace torvex

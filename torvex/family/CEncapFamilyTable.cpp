@@ -1,0 +1,385 @@
+#include "torvex/family/CEncapFamilyTable.h"
+
+#include "torvex/evaluation/CTableValueCache.h"
+#include "torvex/family/CEncapFamily.h"
+#include "torvex/family/CEncapFamilyRow.h"
+#include "torvex/family/FamilyNames.h"
+#include "torvex/text/CStringUtil.h"
+#include "torvex/xml/XMLNodeArray.h"
+
+namespace torvex {
+namespace {
+
+const wchar_t* Text(const wchar_t* text) {
+    return text ? text : L"";
+}
+
+// "<parent>/<child>"
+WideString ChildPath(const wchar_t* parent, const wchar_t* child) {
+    WideString path = parent;
+    path += L'/';
+    path += child;
+    return path;
+}
+
+// Raises a flag for the lifetime of the object.
+class FlagGuard {
+public:
+    explicit FlagGuard(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~FlagGuard() { m_flag = false; }
+    FlagGuard(const FlagGuard&) = delete;
+    FlagGuard& operator=(const FlagGuard&) = delete;
+
+private:
+    bool& m_flag;
+};
+
+} // namespace
+
+CEncapFamilyTable::CEncapFamilyTable() {
+    ClearData();
+    m_evaluator = new CTableEvaluator(this);
+}
+
+CEncapFamilyTable::CEncapFamilyTable(const XMLNode& tableNode, CEncapFamily* family,
+                                     const wchar_t* cacheFolder)
+    : m_node(tableNode), m_family(family) {
+    m_evaluator = new CTableEvaluator(this);
+    // The cache comes before the first column: each column keeps the cache pointer.
+    m_cache = new CTableValueCache(WideString(Text(cacheFolder)));
+    InitializeData();
+}
+
+CEncapFamilyTable::~CEncapFamilyTable() {
+    if (m_cache) {
+        m_cache->Save(m_columnIds);
+        delete m_cache;
+        m_cache = nullptr;
+    }
+    ClearData();
+    delete m_evaluator;
+    m_evaluator = nullptr;
+}
+
+// ---- Load ----
+
+void CEncapFamilyTable::InitializeData() {
+    ClearData();
+
+    XMLNodeArray columnNodes;
+    m_node.SelectChildNodes(ChildPath(FamilyNames::ElemColumns, FamilyNames::ElemColumn).c_str(),
+                            columnNodes);
+    bool statusFound = false;
+    for (const XMLNode& node : columnNodes) {
+        WideString id;
+        if (!node.GetProperty(FamilyNames::AttrColumnId, id))
+            continue;
+        CEncapFamilyColumn* column = new CEncapFamilyColumn(node, this);
+        // Of two ids equal but for case the later object wins; nothing can reach the earlier
+        // one any more, so it goes now.
+        CEncapFamilyColumn*& slot = m_columns[id];
+        delete slot;
+        slot = column;
+        m_columnIds.push_back(id);
+        if (m_family) {
+            m_family->InitializeColumnData(column);
+            WideString category;
+            if (m_family->GetColumnCategory(id.c_str(), category))
+                column->UpdateColumnType(category);
+        }
+        if (!statusFound && SameTextIgnoringCase(id, FamilyNames::ColStatus)) {
+            column->SetIsStatusColumn(true);
+            m_statusColumnId = id;
+            statusFound = true;
+        }
+    }
+
+    // All columns exist and no row does yet; a family with broken formulas still opens.
+    BuildColumnsDependency();
+
+    // Rows come after the status column is settled: each row reads its status cell.
+    XMLNodeArray rowNodes;
+    m_node.SelectChildNodes(ChildPath(FamilyNames::ElemRows, FamilyNames::ElemRow).c_str(),
+                            rowNodes);
+    m_rowIds.reserve(static_cast<size_t>(rowNodes.GetSize()));
+    for (const XMLNode& node : rowNodes) {
+        WideString id;
+        if (!node.GetProperty(FamilyNames::AttrRowId, id))
+            continue;
+        CEncapFamilyRow* row = new CEncapFamilyRow(node, this);
+        CEncapFamilyRow*& slot = m_rows[id];
+        delete slot; // the earlier row of an id equal but for case
+        slot = row;
+        m_rowIds.push_back(std::move(id));
+    }
+}
+
+void CEncapFamilyTable::ClearData() {
+    m_columns.ForEach([](const WideString&, CEncapFamilyColumn* column) { delete column; });
+    m_columns.RemoveAll();
+    m_rows.ForEach([](const WideString&, CEncapFamilyRow* row) { delete row; });
+    m_rows.RemoveAll();
+    m_columnIds.clear();
+    m_rowIds.clear();
+}
+
+CTableEvaluator::EvaluateResult CEncapFamilyTable::BuildColumnsDependency() {
+    return CTableEvaluator::EvalOk;
+}
+
+// ---- Order and lookups ----
+
+WideString CEncapFamilyTable::GetRowIDByIndex(int index) const {
+    if (index < 0 || static_cast<size_t>(index) >= m_rowIds.size())
+        return WideString();
+    return m_rowIds[static_cast<size_t>(index)];
+}
+
+WideString CEncapFamilyTable::GetFamilyColumnIDByIndex(int index) const {
+    if (index < 0 || static_cast<size_t>(index) >= m_columnIds.size())
+        return WideString();
+    return m_columnIds[static_cast<size_t>(index)];
+}
+
+CEncapFamilyRow* CEncapFamilyTable::GetFamilyRowByID(const wchar_t* rowId) const {
+    CEncapFamilyRow* row = nullptr;
+    m_rows.Lookup(rowId, row);
+    return row;
+}
+
+CEncapFamilyColumn* CEncapFamilyTable::GetFamilyColumnByID(const wchar_t* columnId) const {
+    CEncapFamilyColumn* column = nullptr;
+    m_columns.Lookup(columnId, column);
+    return column;
+}
+
+CEncapFamilyRow* CEncapFamilyTable::GetFamilyRowByIndex(int index) const {
+    if (index < 0 || static_cast<size_t>(index) >= m_rowIds.size())
+        return nullptr;
+    return GetFamilyRowByID(m_rowIds[static_cast<size_t>(index)].c_str());
+}
+
+CEncapFamilyColumn* CEncapFamilyTable::GetFamilyColumnByIndex(int index) const {
+    if (index < 0 || static_cast<size_t>(index) >= m_columnIds.size())
+        return nullptr;
+    return GetFamilyColumnByID(m_columnIds[static_cast<size_t>(index)].c_str());
+}
+
+int CEncapFamilyTable::GetFamilyRowIndexByID(const wchar_t* rowId) const {
+    const wchar_t* id = Text(rowId);
+    for (size_t i = 0; i < m_rowIds.size(); ++i) {
+        if (SameTextIgnoringCase(m_rowIds[i], id))
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+int CEncapFamilyTable::GetFamilyColumnIndexByID(const wchar_t* columnId) const {
+    const wchar_t* id = Text(columnId);
+    for (size_t i = 0; i < m_columnIds.size(); ++i) {
+        if (SameTextIgnoringCase(m_columnIds[i], id))
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+CEncapFamilyColumn*
+CEncapFamilyTable::GetFamilyColumnByType(CEncapFamilyColumn::ColumnType type) const {
+    for (CStringMapTo<CEncapFamilyColumn*>::Position pos = m_columns.GetStartPosition(); pos;) {
+        WideString id;
+        CEncapFamilyColumn* column = nullptr;
+        m_columns.GetNextAssoc(pos, id, column);
+        if (column && column->GetColumnType() == type)
+            return column;
+    }
+    return nullptr;
+}
+
+CEncapFamilyColumn::ColumnSet&
+CEncapFamilyTable::GetAllColumns(CEncapFamilyColumn::ColumnSet& out) const {
+    m_columns.ForEach(
+        [&out](const WideString&, CEncapFamilyColumn* column) { out.insert(column); });
+    return out;
+}
+
+// ---- Forwarded to the family ----
+
+void CEncapFamilyTable::GetActualLanguage(WideString& out) const {
+    if (m_family)
+        m_family->GetActualLanguage(out);
+    else
+        out.clear();
+}
+
+bool CEncapFamilyTable::LocalizeDecimalSeparator() const {
+    return m_family && m_family->LocalizeDecimalSeparator();
+}
+
+wchar_t CEncapFamilyTable::GetDecimalSeparator() const {
+    return m_family ? m_family->GetDecimalSeparator() : 0;
+}
+
+bool CEncapFamilyTable::IsColumnLocalized(const wchar_t* columnId) const {
+    return m_family && m_family->IsFamilyColumnLocalized(columnId);
+}
+
+bool CEncapFamilyTable::IsColumnMaterial(const wchar_t* columnId) const {
+    const CEncapFamilyColumn* column = GetFamilyColumnByID(columnId);
+    return column && column->IsMaterial();
+}
+
+// ---- Cells ----
+
+CTableEvaluator::EvaluateResult
+CEncapFamilyTable::GetValue(const wchar_t* rowId, const wchar_t* columnId, WideString& out) {
+    WideString language;
+    GetActualLanguage(language);
+    return GetValue(rowId, columnId, language.c_str(), out);
+}
+
+CTableEvaluator::EvaluateResult CEncapFamilyTable::GetValue(const wchar_t* rowId,
+                                                            const wchar_t* columnId,
+                                                            const wchar_t* language,
+                                                            WideString& out) {
+    CEncapFamilyColumn* column = GetFamilyColumnByID(columnId);
+    if (!column)
+        return CTableEvaluator::EvalExpressionFailed;
+    return column->GetValue(rowId, language, out);
+}
+
+void CEncapFamilyTable::SetValue(const wchar_t* rowId, const wchar_t* columnId,
+                                 const wchar_t* value, bool invalidate) {
+    WideString language;
+    GetActualLanguage(language);
+    SetValue(rowId, columnId, language.c_str(), value, invalidate);
+}
+
+void CEncapFamilyTable::SetValue(const wchar_t* rowId, const wchar_t* columnId,
+                                 const wchar_t* language, const wchar_t* value, bool invalidate) {
+    if (CEncapFamilyColumn* column = GetFamilyColumnByID(columnId))
+        column->SetValue(rowId, language, value, invalidate);
+}
+
+void CEncapFamilyTable::ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId) {
+    WideString language;
+    GetActualLanguage(language);
+    ClearCachedValue(rowId, columnId, language.c_str());
+}
+
+void CEncapFamilyTable::ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId,
+                                         const wchar_t* language) {
+    if (CEncapFamilyColumn* column = GetFamilyColumnByID(columnId))
+        column->ClearCachedValue(rowId, language);
+}
+
+CTableEvaluator::EvaluateResult CEncapFamilyTable::Evaluate(WideString rowId, WideString columnId,
+                                                            WideString language) {
+    return m_evaluator->EvaluateCell(std::move(rowId), std::move(columnId), std::move(language));
+}
+
+// ---- Raw and localized routing ----
+
+long CEncapFamilyTable::GetRawValue(const wchar_t* rowId, const wchar_t* columnId,
+                                    WideString& out) const {
+    const CEncapFamilyRow* row = GetFamilyRowByID(rowId);
+    if (!row)
+        return 1;
+    return row->GetRawValue(columnId, out);
+}
+
+void CEncapFamilyTable::SetRawValue(const wchar_t* rowId, const wchar_t* columnId,
+                                    const wchar_t* value) {
+    SetRawValue(GetFamilyRowByID(rowId), columnId, L"", value);
+}
+
+void CEncapFamilyTable::SetRawValue(const wchar_t* rowId, const wchar_t* columnId,
+                                    const wchar_t* language, const wchar_t* value) {
+    SetRawValue(GetFamilyRowByID(rowId), columnId, language, value);
+}
+
+void CEncapFamilyTable::SetRawValue(CEncapFamilyRow* row, const wchar_t* columnId,
+                                    const wchar_t* language, const wchar_t* value) {
+    if (!row)
+        return;
+    // The family document first, the string document second.
+    row->SetRawValue(columnId, value);
+    WideString lang = Text(language);
+    if (lang.empty())
+        GetActualLanguage(lang);
+    WideString rowId;
+    row->GetRowID(rowId);
+    SetLocalizedCellValue(rowId.c_str(), columnId, lang.c_str(), value);
+}
+
+long CEncapFamilyTable::GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                                              const wchar_t* language, WideString& out) const {
+    if (!m_family)
+        return 1;
+    return m_family->GetLocalizedCellValue(rowId, columnId, language, out);
+}
+
+void CEncapFamilyTable::SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                                              const wchar_t* language, const wchar_t* value) {
+    if (m_family)
+        m_family->SetLocalizedCellValue(rowId, columnId, language, value);
+}
+
+long CEncapFamilyTable::GetLocalizedFormula(const wchar_t* columnId, const wchar_t* language,
+                                            WideString& out) const {
+    if (!m_family)
+        return 1;
+    return m_family->GetLocalizedColumnPropertyValue(FamilyNames::ElemColumnwideValue, columnId,
+                                                     language, out);
+}
+
+void CEncapFamilyTable::DeleteLocalizedCellsValues(const wchar_t* rowId, const wchar_t* columnId,
+                                                   bool allLanguages) {
+    if (m_family)
+        m_family->DeleteLocalizedCellsValues(rowId, columnId, allLanguages);
+}
+
+// ---- Member revisions ----
+
+CEncapFamilyColumn* CEncapFamilyTable::RevisionColumnForBump() {
+    CEncapFamilyColumn* revision = GetFamilyColumnByID(FamilyNames::ColMemberRevision);
+    if (!revision)
+        return nullptr;
+    // In a linked family the revisions move only once the source revisions are kept safe.
+    WideString copyFrom;
+    if (m_family)
+        m_family->GetCopyFrom(copyFrom);
+    if (!copyFrom.empty() && !GetFamilyColumnByID(FamilyNames::ColSourceMemberRevision) &&
+        !CreateSourceMemberRevisionColumn())
+        return nullptr;
+    return revision;
+}
+
+void CEncapFamilyTable::BumpMemberRevision(const wchar_t* rowId) {
+    if (m_bumping)
+        return;
+    CEncapFamilyColumn* revision = RevisionColumnForBump();
+    if (!revision)
+        return;
+    FlagGuard guard(m_bumping);
+    const WideString guid = CStringUtil::NewGuid();
+    revision->SetValue(rowId, guid.c_str(), false);
+}
+
+void CEncapFamilyTable::BumpAllMemberRevisions(const wchar_t* revision) {
+    if (m_bumping)
+        return;
+    CEncapFamilyColumn* column = RevisionColumnForBump();
+    if (!column)
+        return;
+    FlagGuard guard(m_bumping);
+    const WideStringList rowIds = m_rowIds;
+    const WideString value = revision ? WideString(revision) : CStringUtil::NewGuid();
+    for (const WideString& rowId : rowIds)
+        column->SetValue(rowId.c_str(), value.c_str(), false);
+}
+
+CEncapFamilyColumn* CEncapFamilyTable::CreateSourceMemberRevisionColumn() {
+    return nullptr;
+}
+
+} // namespace torvex

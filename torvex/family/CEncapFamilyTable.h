@@ -1,0 +1,178 @@
+#pragma once
+// The table of members of a family: the FamilyTable element with its columns and rows, indexed
+// by id (ignoring case) and ordered as in the document (the id lists). Owns its columns, rows,
+// evaluator and value cache.
+
+#include "torvex/evaluation/CTableEvaluator.h"
+#include "torvex/family/CEncapFamilyColumn.h"
+#include "torvex/family/CStringMapTo.h"
+#include "torvex/platform/WideString.h"
+#include "torvex/xml/XMLNode.h"
+
+#include <map>
+
+namespace torvex {
+
+class CEncapFamily;
+class CEncapFamilyRow;
+class CTableValueCache;
+
+/// Built by CEncapFamily from the FamilyTable element; not copyable.
+class CEncapFamilyTable {
+public:
+    /// No node, no family, no value cache, an evaluator, no columns or rows. Never fails.
+    CEncapFamilyTable();
+    /// Loads the table from the node (which may be empty): evaluator, value cache (loading its
+    /// file from `cacheFolder`; null or empty means no file), columns, dependencies, rows.
+    /// Never fails: elements without an id are skipped.
+    CEncapFamilyTable(const XMLNode& tableNode, CEncapFamily* family, const wchar_t* cacheFolder);
+    /// Lets the value cache save its file, then deletes cache, columns, rows and evaluator.
+    virtual ~CEncapFamilyTable();
+    CEncapFamilyTable(const CEncapFamilyTable&) = delete;
+    CEncapFamilyTable& operator=(const CEncapFamilyTable&) = delete;
+
+    // Order and lookups.
+
+    /// Size of the row id list.
+    unsigned int GetRowsCount() const { return static_cast<unsigned int>(m_rowIds.size()); }
+    /// Size of the column id list.
+    unsigned int GetColumnsCount() const { return static_cast<unsigned int>(m_columnIds.size()); }
+    /// Copy of the row id at the index; an empty text for an index out of range.
+    WideString GetRowIDByIndex(int index) const;
+    /// Copy of the column id at the index; an empty text for an index out of range.
+    WideString GetFamilyColumnIDByIndex(int index) const;
+    /// Row ids in document order, spelled as in the document.
+    const WideStringList& GetAllRowIDs() const { return m_rowIds; }
+    /// Column ids in document order, spelled as in the document.
+    const WideStringList& GetAllColumnIDs() const { return m_columnIds; }
+    /// The owning family; null for a default-constructed table.
+    CEncapFamily* GetFamily() const { return m_family; }
+    /// The evaluator; never null.
+    CTableEvaluator* GetEvaluator() const { return m_evaluator; }
+    /// The value cache; null for a default-constructed table.
+    CTableValueCache* GetValueCache() const { return m_cache; }
+    /// The FamilyTable element; empty when the document has none.
+    const XMLNode& GetXMLNode() const { return m_node; }
+
+    /// The row with the id, ignoring case; null if absent.
+    CEncapFamilyRow* GetFamilyRowByID(const wchar_t* rowId) const;
+    /// The column with the id, ignoring case; null if absent.
+    CEncapFamilyColumn* GetFamilyColumnByID(const wchar_t* columnId) const;
+    /// The row at the index; null for an index out of range.
+    CEncapFamilyRow* GetFamilyRowByIndex(int index) const;
+    /// The column at the index; null for an index out of range.
+    CEncapFamilyColumn* GetFamilyColumnByIndex(int index) const;
+    /// First index whose id equals the id ignoring case; -1 if none.
+    int GetFamilyRowIndexByID(const wchar_t* rowId) const;
+    /// First index whose id equals the id ignoring case; -1 if none.
+    int GetFamilyColumnIndexByID(const wchar_t* columnId) const;
+    /// The first column of that kind in the column map's own walk order; null if none.
+    CEncapFamilyColumn* GetFamilyColumnByType(CEncapFamilyColumn::ColumnType type) const;
+    /// Adds every column to `out` (not cleared first) and returns it.
+    CEncapFamilyColumn::ColumnSet& GetAllColumns(CEncapFamilyColumn::ColumnSet& out) const;
+    /// The id of the status column as spelled in the document; empty if there is none.
+    const wchar_t* GetStatusColIDStr() const { return m_statusColumnId.c_str(); }
+
+    // Forwarded to the family.
+
+    /// The family's actual language; empty without a family or without languages.
+    void GetActualLanguage(WideString& out) const;
+    /// The family's localize-decimal-separator flag; false without a family.
+    bool LocalizeDecimalSeparator() const;
+    /// The family's decimal separator; 0 without a family.
+    wchar_t GetDecimalSeparator() const;
+    /// Whether the family localizes the column; false without a family.
+    bool IsColumnLocalized(const wchar_t* columnId) const;
+    /// False for an unknown id, else whether the column is the material column.
+    bool IsColumnMaterial(const wchar_t* columnId) const;
+
+    // Cells.
+
+    /// The cell's value in the actual language; EvalExpressionFailed for an unknown column
+    /// (`out` untouched), else the column's result.
+    CTableEvaluator::EvaluateResult GetValue(const wchar_t* rowId, const wchar_t* columnId,
+                                             WideString& out);
+    /// The cell's value in the language; EvalExpressionFailed for an unknown column (`out`
+    /// untouched), else the column's result.
+    CTableEvaluator::EvaluateResult GetValue(const wchar_t* rowId, const wchar_t* columnId,
+                                             const wchar_t* language, WideString& out);
+    /// Writes the cell in the actual language; nothing for an unknown column.
+    void SetValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* value,
+                  bool invalidate);
+    /// Writes the cell in the language; nothing for an unknown column.
+    void SetValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* language,
+                  const wchar_t* value, bool invalidate);
+    /// Drops the cached value of the cell in the actual language; nothing for an unknown column.
+    void ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId);
+    /// Drops the cached value of the cell in the language; nothing for an unknown column.
+    void ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* language);
+    /// Evaluates the cell into the value cache (the evaluator's EvaluateCell).
+    CTableEvaluator::EvaluateResult Evaluate(WideString rowId, WideString columnId,
+                                             WideString language);
+
+    // Member revisions.
+
+    /// Gives every row the same new revision (a new GUID for null) in MEMBER_REVISION; nothing
+    /// without that column, or in a linked family whose source revisions can't be kept safe.
+    void BumpAllMemberRevisions(const wchar_t* revision);
+    /// Adds the column SOURCE_MEMBER_REVISION. Not built yet (needs column insertion): null.
+    CEncapFamilyColumn* CreateSourceMemberRevisionColumn();
+
+private:
+    friend class CEncapFamily;
+    friend class CEncapFamilyRow;
+    friend class CEncapFamilyColumn;
+    friend class CTableEvaluator;
+
+    /// Builds columns, the dependency graph and rows from the node, in that order.
+    void InitializeData();
+    /// Deletes columns and rows and empties maps and lists; the status id stays.
+    void ClearData();
+    /// The graph of dependent columns. Not built yet (needs the formula scanner): does nothing
+    /// and answers EvalOk.
+    CTableEvaluator::EvaluateResult BuildColumnsDependency();
+
+    /// 1 for an unknown row; else the row's raw value (0 and the Cell text, or 1 and empty).
+    long GetRawValue(const wchar_t* rowId, const wchar_t* columnId, WideString& out) const;
+    /// Writes the raw value of a row by id in the actual language; nothing for an unknown row.
+    void SetRawValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* value);
+    /// Writes the raw value of a row by id; nothing for an unknown row.
+    void SetRawValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* language,
+                     const wchar_t* value);
+    /// The family document first, the string document second; nothing for a null row.
+    void SetRawValue(CEncapFamilyRow* row, const wchar_t* columnId, const wchar_t* language,
+                     const wchar_t* value);
+    /// The family's localized cell text: 0 found, 1 not (also without a family).
+    long GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                               const wchar_t* language, WideString& out) const;
+    /// Writes the family's localized cell text; nothing without a family.
+    void SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                               const wchar_t* language, const wchar_t* value);
+    /// The family's localized column formula: 0 found, 1 not (also without a family).
+    long GetLocalizedFormula(const wchar_t* columnId, const wchar_t* language,
+                             WideString& out) const;
+    /// Removes the cell's localized texts; nothing without a family.
+    void DeleteLocalizedCellsValues(const wchar_t* rowId, const wchar_t* columnId,
+                                    bool allLanguages);
+    /// Gives the row a new revision in MEMBER_REVISION, under the same conditions as
+    /// BumpAllMemberRevisions.
+    void BumpMemberRevision(const wchar_t* rowId);
+    /// Steps shared by both bumps: the revision column, or null when revisions must not move.
+    CEncapFamilyColumn* RevisionColumnForBump();
+
+    XMLNode m_node;
+    std::map<WideString, WideString> m_rangeColumnValues;
+    CEncapFamily* m_family = nullptr;
+    CTableEvaluator* m_evaluator = nullptr;
+    CTableValueCache* m_cache = nullptr;
+    CStringMapTo<CEncapFamilyColumn*> m_columns;
+    CStringMapTo<CEncapFamilyRow*> m_rows;
+    WideStringList m_columnIds;
+    WideStringList m_rowIds;
+    WideString m_statusColumnId;
+    // Set while a bump writes revisions, so that a revision column that itself causes a refresh
+    // can't start a bump inside the bump.
+    bool m_bumping = false;
+};
+
+} // namespace torvex

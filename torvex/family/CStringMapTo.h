@@ -1,0 +1,254 @@
+#pragma once
+// The string-keyed hash map of the library. Keys are folded to upper case on every access, so
+// keyed access ignores case, and the keys kept (and seen on a walk) are the folded ones. The
+// walk order is that of a plain chained table of 17 buckets: bucket after bucket, and within a
+// bucket the newest entry first, since a new node goes to the head of its bucket's chain. That
+// order is visible to callers (the first column of a kind, the key columns, the dependency
+// build), so it is kept exactly; a hash index beside the chains serves the lookups, so that a
+// table of many thousand rows does not walk a long chain per lookup.
+//
+// The map never owns what its values point to: owners walk the map and delete before
+// RemoveAll.
+
+#include "torvex/platform/WideString.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace torvex {
+
+/// Folds a key to upper case. Only the ASCII letters fold, as in the "C" locale; every other
+/// character stands as it is, whatever locale the host has set. Never fails.
+inline WideString FoldMapKey(const wchar_t* key) {
+    WideString folded = key ? key : L"";
+    for (wchar_t& c : folded) {
+        if (c >= L'a' && c <= L'z')
+            c = static_cast<wchar_t>(c - (L'a' - L'A'));
+    }
+    return folded;
+}
+
+/// True when the two texts are equal once folded as map keys are (ASCII letters only). Ids and
+/// object kinds compare this way wherever they compare ignoring case. Never fails.
+inline bool SameTextIgnoringCase(std::wstring_view a, std::wstring_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        wchar_t x = a[i];
+        wchar_t y = b[i];
+        if (x >= L'a' && x <= L'z')
+            x = static_cast<wchar_t>(x - (L'a' - L'A'));
+        if (y >= L'a' && y <= L'z')
+            y = static_cast<wchar_t>(y - (L'a' - L'A'));
+        if (x != y)
+            return false;
+    }
+    return true;
+}
+
+/// The bucket of an already folded key in a table of `buckets` buckets: hash = hash * 33 + unit
+/// over the UTF-16 code units of the key, in 32 bits, modulo the bucket count. Never fails.
+inline uint32_t StringMapBucketOf(std::wstring_view foldedKey, uint32_t buckets) {
+    uint32_t hash = 0;
+    for (wchar_t w : foldedKey) {
+        uint32_t c = static_cast<uint32_t>(w);
+        if (c > 0xFFFF && c <= 0x10FFFF) {
+            c -= 0x10000;
+            hash = hash * 33u + (0xD800u + (c >> 10));
+            hash = hash * 33u + (0xDC00u + (c & 0x3FFu));
+        } else {
+            hash = hash * 33u + (c & 0xFFFFu);
+        }
+    }
+    return hash % buckets;
+}
+
+template <class V, class ARG_V = const V&> class CStringMapTo {
+    struct Node {
+        Node* next;
+        uint32_t bucket;
+        WideString key;
+        V value;
+    };
+
+public:
+    /// A place in a walk; null when the walk is over.
+    using Position = const void*;
+
+    static constexpr uint32_t kBucketCount = 17;
+    static constexpr size_t kBlockSize = 10;
+
+    CStringMapTo() = default;
+    ~CStringMapTo() { RemoveAll(); }
+    CStringMapTo(const CStringMapTo&) = delete;
+    CStringMapTo& operator=(const CStringMapTo&) = delete;
+
+    /// Number of entries. Never fails.
+    size_t GetCount() const { return m_count; }
+    /// Number of entries. Never fails.
+    size_t GetSize() const { return m_count; }
+    /// True when there is no entry. Never fails.
+    bool IsEmpty() const { return m_count == 0; }
+
+    /// Enters or overwrites the value under the folded key; an overwritten value is not
+    /// released. A null key counts as the empty string. Fails only by running out of memory.
+    void SetAt(const wchar_t* key, ARG_V value) {
+        WideString folded = FoldMapKey(key);
+        if (Node* node = Find(folded))
+            node->value = value;
+        else
+            Insert(std::move(folded), value);
+    }
+    /// Enters or overwrites; see the other form.
+    void SetAt(const WideString& key, ARG_V value) { SetAt(key.c_str(), value); }
+
+    /// The value under the folded key, entered with a value-initialised V when absent. Fails
+    /// only by running out of memory.
+    V& operator[](const wchar_t* key) {
+        WideString folded = FoldMapKey(key);
+        if (Node* node = Find(folded))
+            return node->value;
+        return Insert(std::move(folded), V())->value;
+    }
+    /// See the other form.
+    V& operator[](const WideString& key) { return (*this)[key.c_str()]; }
+
+    /// True and a copy of the value in `out`; false and `out` untouched when the key is absent.
+    bool Lookup(const wchar_t* key, V& out) const {
+        const Node* node = Find(FoldMapKey(key));
+        if (!node)
+            return false;
+        out = node->value;
+        return true;
+    }
+    /// See the other form.
+    bool Lookup(const WideString& key, V& out) const { return Lookup(key.c_str(), out); }
+
+    /// Removes the entry; false when there was none. The value is not released.
+    bool RemoveKey(const wchar_t* key) {
+        const WideString folded = FoldMapKey(key);
+        auto found = m_index.find(std::wstring_view(folded));
+        if (found == m_index.end())
+            return false;
+        Node* node = found->second;
+        m_index.erase(found);
+        Node** link = &m_buckets[node->bucket];
+        while (*link != node)
+            link = &(*link)->next;
+        *link = node->next;
+        FreeNode(node);
+        --m_count;
+        return true;
+    }
+    /// See the other form.
+    bool RemoveKey(const WideString& key) { return RemoveKey(key.c_str()); }
+
+    /// Drops every entry and the bucket array; pointed-to objects are not released.
+    void RemoveAll() {
+        for (Node* head : m_buckets) {
+            while (head) {
+                Node* next = head->next;
+                head->~Node();
+                head = next;
+            }
+        }
+        m_buckets.clear();
+        m_buckets.shrink_to_fit();
+        m_index.clear();
+        m_blocks.clear();
+        m_free = nullptr;
+        m_count = 0;
+    }
+
+    /// Start of a walk; null for an empty map.
+    Position GetStartPosition() const { return FirstInBucketFrom(0); }
+
+    /// Gives the folded key and the value at `pos` and moves `pos` on; `pos` becomes null after
+    /// the last entry. `pos` must come from GetStartPosition or an earlier call. The entry just
+    /// given may be removed before the next call.
+    void GetNextAssoc(Position& pos, WideString& key, V& value) const {
+        const Node* node = static_cast<const Node*>(pos);
+        key = node->key;
+        value = node->value;
+        pos = node->next ? node->next : FirstInBucketFrom(node->bucket + 1);
+    }
+
+    /// Calls fn(foldedKey, value) for each entry in walk order. fn must not change the map.
+    template <class F> void ForEach(F&& fn) const {
+        for (const Node* head : m_buckets) {
+            for (const Node* node = head; node; node = node->next)
+                fn(node->key, node->value);
+        }
+    }
+
+private:
+    struct alignas(Node) Storage {
+        unsigned char bytes[sizeof(Node)];
+    };
+
+    Node* Find(const WideString& folded) const {
+        if (m_count == 0)
+            return nullptr;
+        auto found = m_index.find(std::wstring_view(folded));
+        return found == m_index.end() ? nullptr : found->second;
+    }
+
+    // A new node at the head of its bucket's chain.
+    Node* Insert(WideString&& folded, ARG_V value) {
+        if (m_buckets.empty())
+            m_buckets.assign(kBucketCount, nullptr);
+        const uint32_t bucket = StringMapBucketOf(folded, kBucketCount);
+        Node* node = NewNode(std::move(folded), value, bucket);
+        node->next = m_buckets[bucket];
+        m_buckets[bucket] = node;
+        m_index.emplace(std::wstring_view(node->key), node);
+        ++m_count;
+        return node;
+    }
+
+    const Node* FirstInBucketFrom(uint32_t bucket) const {
+        for (uint32_t b = bucket; b < m_buckets.size(); ++b) {
+            if (m_buckets[b])
+                return m_buckets[b];
+        }
+        return nullptr;
+    }
+
+    // Nodes are drawn from blocks of ten; a freed node goes back to the free list.
+    Node* NewNode(WideString&& key, ARG_V value, uint32_t bucket) {
+        if (!m_free) {
+            m_blocks.push_back(std::make_unique<Storage[]>(kBlockSize));
+            Storage* block = m_blocks.back().get();
+            for (size_t i = kBlockSize; i-- > 0;)
+                m_free = new (static_cast<void*>(&block[i])) FreeSlot{m_free};
+        }
+        FreeSlot* slot = m_free;
+        m_free = slot->next;
+        slot->~FreeSlot();
+        return new (static_cast<void*>(slot)) Node{nullptr, bucket, std::move(key), value};
+    }
+
+    void FreeNode(Node* node) {
+        node->~Node();
+        m_free = new (static_cast<void*>(node)) FreeSlot{m_free};
+    }
+
+    struct FreeSlot {
+        FreeSlot* next;
+    };
+    static_assert(sizeof(FreeSlot) <= sizeof(Node));
+
+    std::vector<Node*> m_buckets;
+    std::unordered_map<std::wstring_view, Node*> m_index;
+    std::vector<std::unique_ptr<Storage[]>> m_blocks;
+    FreeSlot* m_free = nullptr;
+    size_t m_count = 0;
+};
+
+} // namespace torvex
