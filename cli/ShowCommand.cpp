@@ -1,0 +1,115 @@
+// torvex show: a family's columns and its rows with their raw cell values.
+
+#include "Commands.h"
+
+#include "FamilyFile.h"
+#include "NoExpressionProvider.h"
+#include "TablePrinter.h"
+
+#include "torvex/family/CEncapFamilyColumn.h"
+#include "torvex/family/CEncapFamilyRow.h"
+#include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/text/DataTypes.h"
+
+namespace torvex::cli {
+namespace {
+
+// One letter a property, so that the flags of a column fit a narrow cell.
+std::string ColumnFlags(const CEncapFamilyColumn& column, const WideString& formula) {
+    std::string flags;
+    if (column.IsKeyColumn())
+        flags += "K" + std::to_string(column.GetKeyWeight()) + " ";
+    if (!formula.empty())
+        flags += column.IsCustom() ? "range " : "formula ";
+    if (column.IsHidden())
+        flags += "hidden ";
+    if (column.IsStatusColumn())
+        flags += "status ";
+    if (column.IsMaterial())
+        flags += "material ";
+    if (column.IsGeometryColumn())
+        flags += "geometry ";
+    if (column.IsHostPropertyColumn())
+        flags += "property ";
+    if (column.IsLocalized())
+        flags += "localized ";
+    if (!flags.empty())
+        flags.pop_back();
+    return flags;
+}
+
+// The row's own Cell text, or the text that the column gives every row without one.
+std::string RawCell(CEncapFamilyRow& row, const WideString& columnId,
+                    const WideString& columnwideValue) {
+    XMLNode cell;
+    const WideString path = L"Cell[@ColumnId=\"" + columnId + L"\"]";
+    WideString text;
+    if (row.GetXMLNode().GetChildNode(path.c_str(), cell)) {
+        cell.GetNodeText(text);
+        return Narrow(text);
+    }
+    return Narrow(columnwideValue);
+}
+
+} // namespace
+
+int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err) {
+    std::string error;
+    auto family = OpenFamily(options.familyPath, options.stringPaths,
+                             std::make_unique<NoExpressionProvider>(), error);
+    if (!family) {
+        err << "torvex: " << error << '\n';
+        return 1;
+    }
+    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    const size_t width = options.width ? options.width : TablePrinter::TerminalWidth();
+
+    WideString language;
+    family->GetActualLanguage(language);
+    out << options.familyPath << ": " << table.GetColumnsCount() << " columns, "
+        << table.GetRowsCount() << " rows";
+    if (!language.empty())
+        out << ", language " << Narrow(language);
+    out << "\n\n";
+
+    TablePrinter columns({"column", "title", "type", "unit", "flags", "column-wide value"});
+    std::vector<WideString> ids;
+    std::vector<WideString> columnwide;
+    for (const WideString& id : table.GetAllColumnIDs()) {
+        CEncapFamilyColumn* column = table.GetFamilyColumnByID(id.c_str());
+        if (!column)
+            continue;
+        WideString title, unit, formula;
+        column->GetTitle(title);
+        column->GetUnitType(unit);
+        column->GetXMLNode().GetProperty(L"ColumnwideValue", formula);
+        columns.AddRow({Narrow(id), Narrow(title),
+                        Narrow(DataTypes::ItemTypeNum2Str(column->GetDataType())), Narrow(unit),
+                        ColumnFlags(*column, formula), Narrow(formula)});
+        ids.push_back(id);
+        columnwide.push_back(formula);
+    }
+    columns.Print(out, width, 48);
+
+    std::vector<std::string> header{"#"};
+    for (const WideString& id : ids)
+        header.push_back(Narrow(id));
+    TablePrinter rows(header);
+    const WideStringList& rowIds = table.GetAllRowIDs();
+    for (size_t r = 0; r < rowIds.size(); ++r) {
+        CEncapFamilyRow* row = table.GetFamilyRowByID(rowIds[r].c_str());
+        if (!row)
+            continue;
+        std::vector<std::string> cells{std::to_string(r + 1) + (row->IsSuppressed() ? "*" : "")};
+        for (size_t c = 0; c < ids.size(); ++c)
+            cells.push_back(RawCell(*row, ids[c], columnwide[c]));
+        rows.AddRow(std::move(cells));
+    }
+    out << '\n';
+    rows.Print(out, width, 24);
+    out << "\n* suppressed member. Cells without a value of their own show the column-wide "
+           "value.\n";
+    return 0;
+}
+
+} // namespace torvex::cli
