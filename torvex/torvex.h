@@ -21,3 +21,5 @@
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/family/FamilyNames.h"
 #include "torvex/mapping/CEncapFamilyMapping.h"
+#include "torvex/evaluation/CCircularDependencyChecker.h"
+#include "torvex/evaluation/FormulaPiece.h"

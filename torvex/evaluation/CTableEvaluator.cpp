@@ -1,12 +1,68 @@
 #include "torvex/evaluation/CTableEvaluator.h"
 
+#include "torvex/evaluation/CCircularDependencyChecker.h"
+#include "torvex/evaluation/CRangeParser.h"
+#include "torvex/evaluation/IEvaluatorProvider.h"
 #include "torvex/family/CEncapFamily.h"
 #include "torvex/family/CEncapFamilyColumn.h"
 #include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/platform/NumberText.h"
 #include "torvex/text/CStringUtil.h"
-#include "torvex/text/DataTypes.h"
+
+#include <algorithm>
+#include <vector>
 
 namespace torvex {
+namespace {
+
+// The word for "no unit", and the host's internal length unit.
+constexpr const wchar_t* kNoUnit = L"ul";
+constexpr const wchar_t* kInternalLength = L"cm";
+
+const wchar_t* Text(const wchar_t* text) {
+    return text ? text : L"";
+}
+
+// White space as the "C" locale has it, whatever the process locale is.
+bool IsBlank(wchar_t c) {
+    return c == L' ' || c == L'\t' || c == L'\n' || c == L'\v' || c == L'\f' || c == L'\r';
+}
+
+WideString Trimmed(const WideString& text) {
+    size_t first = 0;
+    size_t last = text.size();
+    while (first < last && IsBlank(text[first]))
+        ++first;
+    while (last > first && IsBlank(text[last - 1]))
+        --last;
+    return text.substr(first, last - first);
+}
+
+WideString UnitOrNone(const WideString& unit) {
+    return unit.empty() ? WideString(kNoUnit) : unit;
+}
+
+bool IsNumeric(const WideString& text) {
+    return CStringUtil::IsNumericValue(text.c_str());
+}
+
+// Every occurrence of `token` in `text` replaced by `replacement`.
+void ReplaceToken(WideString& text, const WideString& token, const WideString& replacement) {
+    if (token.empty())
+        return;
+    for (size_t at = text.find(token); at != WideString::npos;
+         at = text.find(token, at + replacement.size())) {
+        text.replace(at, token.size(), replacement);
+    }
+}
+
+// The text a range column's cell starts from: its default, or its minimum without one.
+WideString RangeValueText(const WideString& text) {
+    const CRangeParser range(text.c_str());
+    return range.hasDefault() ? range.getDefault() : range.getMin();
+}
+
+} // namespace
 
 CTableEvaluator::CTableEvaluator(CEncapFamilyTable* table) : m_table(table) {
     if (m_table && m_table->GetFamily())
@@ -15,8 +71,36 @@ CTableEvaluator::CTableEvaluator(CEncapFamilyTable* table) : m_table(table) {
 
 CTableEvaluator::~CTableEvaluator() = default;
 
+// ---- Cell evaluation ----
+
+WideString CTableEvaluator::LocalizedLiteral(const WideString& piece,
+                                             DataTypes::ColumnDataType dataType) const {
+    WideString copy = piece;
+    if (dataType != DataTypes::DataReal || !IsNumeric(piece) || !m_table ||
+        !m_table->LocalizeDecimalSeparator())
+        return copy;
+    const wchar_t separator = m_table->GetDecimalSeparator();
+    const wchar_t from = copy.find(L'.') != WideString::npos ? L'.' : L',';
+    std::replace(copy.begin(), copy.end(), from, separator);
+    return copy;
+}
+
+WideString CTableEvaluator::FormatResult(double number) const {
+    WideString text = platform::FormatGeneral(number, 8);
+    if (m_table && m_table->LocalizeDecimalSeparator())
+        std::replace(text.begin(), text.end(), L'.', m_table->GetDecimalSeparator());
+    return text;
+}
+
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, WideString columnId,
                                                               WideString language) {
+    // The guard stays until this function returns, on every path (exceptions included).
+    const CCircularDependencyChecker checker(rowId, columnId, &m_inProgress);
+    if (checker.IsAlreadyInProgress())
+        return EvalCircularDependency;
+    // A chain of references too long for the stack counts as a loop.
+    if (m_inProgress.size() > kMaxNestedEvaluations)
+        return EvalCircularDependency;
     if (!m_table)
         return EvalNoValue;
     CEncapFamilyColumn* column = m_table->GetFamilyColumnByID(columnId.c_str());
@@ -38,40 +122,466 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
     if (status == 1)
         column->GetFormula(text, language.c_str());
 
-    // Range columns, references, materials: not evaluated in this version.
-    if (column->IsCustom() || column->IsMaterial())
-        return EvalExpressionFailed;
-    if (text.find_first_of(L"{}") != WideString::npos)
-        return EvalExpressionFailed;
+    WideString unit;
+    column->GetUnitType(unit);
+    unit = UnitOrNone(unit);
+    const DataTypes::ColumnDataType dataType = column->GetDataType();
+    const bool numericType = dataType == DataTypes::DataReal || dataType == DataTypes::DataInteger;
 
-    WideString value = text;
-    switch (column->GetDataType()) {
-    case DataTypes::DataString:
-        // A '&' joins strings: an expression, not a literal.
-        if (text.find(L'&') != WideString::npos)
-            return EvalExpressionFailed;
-        break;
-    case DataTypes::DataBoolean:
-        if (!CStringUtil::IsLogicalValue(text.c_str()))
-            return EvalTypeMismatch;
-        break;
-    default:
-        // A Real or Integer literal stays exactly as written; anything else is an expression
-        // for the host.
-        if (!CStringUtil::IsNumericValue(text.c_str()))
-            return EvalExpressionFailed;
-        if (column->GetDataType() == DataTypes::DataReal && m_table->LocalizeDecimalSeparator()) {
-            const wchar_t separator = m_table->GetDecimalSeparator();
-            const wchar_t from = value.find(L'.') != WideString::npos ? L'.' : L',';
-            for (wchar_t& c : value) {
-                if (c == from)
-                    c = separator;
+    // A range column takes the value chosen for it, else its range's default (or minimum).
+    if (column->IsCustom()) {
+        WideString chosen;
+        if (m_table->GetRangeColumnValue(columnId.c_str(), chosen))
+            text = chosen;
+        else if (CRangeParser::IsRange(text))
+            text = RangeValueText(text);
+    }
+
+    FormulaPieceList pieces;
+    if (SplitFormula(text.c_str(), pieces) != 0)
+        return EvalSyntaxError;
+
+    EvaluateResult result = EvalOk;
+    WideString expression; // references with their unit words
+    WideString unitless;   // references as bare numbers
+    for (const FormulaPiece& piece : pieces) {
+        if (piece.isReference) {
+            WideString value;
+            const EvaluateResult referenced =
+                m_table->GetValue(rowId.c_str(), piece.text.c_str(), language.c_str(), value);
+            if (referenced != EvalOk && referenced != EvalUnitMismatch)
+                return referenced;
+            // Only the last reference's code survives: a later 0 clears an earlier 8.
+            result = referenced;
+            if (IsNumeric(value)) {
+                WideString referencedUnit;
+                if (const CEncapFamilyColumn* other =
+                        m_table->GetFamilyColumnByID(piece.text.c_str()))
+                    other->GetUnitType(referencedUnit);
+                if (numericType) {
+                    unitless += value;
+                    value += UnitOrNone(referencedUnit); // "2.5in", no blank between
+                }
             }
+            expression += value;
+        } else if (dataType == DataTypes::DataReal && IsNumeric(piece.text) &&
+                   m_table->LocalizeDecimalSeparator()) {
+            const WideString literal = LocalizedLiteral(piece.text, dataType);
+            expression += literal;
+            unitless += literal;
+        } else if (column->IsMaterial()) {
+            // The literal of a material column is a key; the host names it.
+            WideString name;
+            if (m_provider)
+                m_provider->GetMaterialName(piece.text.c_str(), &name);
+            expression += name;
+        } else {
+            expression += piece.text;
+            unitless += piece.text;
         }
-        break;
+    }
+
+    WideString value = expression;
+    if (dataType == DataTypes::DataString) {
+        value = ConcatenateStrings(expression);
+    } else if (dataType == DataTypes::DataBoolean) {
+        // Kept as written, not normalised.
+        if (!CStringUtil::IsLogicalValue(value.c_str()))
+            return EvalTypeMismatch;
+    } else if (!IsNumeric(expression)) {
+        // An expression for the host; a plain number stays exactly as written.
+        if (!m_provider)
+            return EvalExpressionFailed;
+        WideString internalUnit;
+        if (m_provider->GetInternalUnit(unit.c_str(), &internalUnit) < 0)
+            return EvalExpressionFailed;
+        double number = 0.0;
+        const int32_t withUnits =
+            m_provider->EvaluateToDouble(expression.c_str(), unit.c_str(), &number);
+        if (withUnits < 0) {
+            // The text without units may still compute; its value is never converted.
+            if (m_provider->EvaluateToDouble(unitless.c_str(), kNoUnit, &number) < 0)
+                return EvalExpressionFailed;
+            result = EvalUnitMismatch;
+        }
+        if (unit != internalUnit && withUnits >= 0) {
+            const WideString internalText = platform::FormatGeneral(number, 6);
+            if (m_provider->ConvertUnits(internalText.c_str(), internalUnit.c_str(), unit.c_str(),
+                                         &number) < 0)
+                return EvalExpressionFailed;
+        }
+        value = FormatResult(number);
     }
 
     column->SetCacheValue(rowId.c_str(), language.c_str(), value.c_str());
+    return result;
+}
+
+CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateInUnit(WideString rowId,
+                                                                WideString columnId,
+                                                                WideString language,
+                                                                WideString unit) {
+    const EvaluateResult result = EvaluateCell(rowId, columnId, language);
+    if (result != EvalOk || !m_table)
+        return result;
+    CEncapFamilyColumn* column = m_table->GetFamilyColumnByID(columnId.c_str());
+    if (!column)
+        return result;
+    WideString columnUnit;
+    column->GetUnitType(columnUnit);
+    if (unit.empty() || unit == columnUnit || !m_provider)
+        return result;
+    WideString text;
+    m_table->GetValue(rowId.c_str(), columnId.c_str(), text);
+    // A refused conversion leaves the number that the text holds.
+    double number = CStringUtil::ToDouble(text.c_str());
+    m_provider->ConvertUnits(text.c_str(), columnUnit.c_str(), unit.c_str(), &number);
+    const WideString converted = platform::FormatGeneral(number, 6);
+    column->SetCacheValue(rowId.c_str(), converted.c_str());
+    return result;
+}
+
+CTableEvaluator::EvaluateResult
+CTableEvaluator::EvaluateExpression(WideString expression, DataTypes::ColumnFormulaType formulaType,
+                                    DataTypes::ColumnDataType dataType, WideString rowId,
+                                    WideString unit, WideString& out) {
+    if (!m_table)
+        return EvalNoValue;
+    WideString text = expression;
+    if (formulaType == DataTypes::FormulaRange) {
+        if (!CRangeParser::IsRange(text))
+            return EvalInvalidRange;
+        text = RangeValueText(text);
+    }
+    WideString language;
+    m_table->GetActualLanguage(language);
+    FormulaPieceList pieces;
+    if (SplitFormula(text.c_str(), pieces) != 0)
+        return EvalSyntaxError;
+
+    WideString value;
+    for (const FormulaPiece& piece : pieces) {
+        if (piece.isReference) {
+            WideString referenced;
+            // Here even the unitless fall-back (8) stops the evaluation.
+            const EvaluateResult result =
+                m_table->GetValue(rowId.c_str(), piece.text.c_str(), language.c_str(), referenced);
+            if (result != EvalOk)
+                return result;
+            if (IsNumeric(referenced)) {
+                WideString columnUnit;
+                if (const CEncapFamilyColumn* other =
+                        m_table->GetFamilyColumnByID(piece.text.c_str()))
+                    other->GetUnitType(columnUnit);
+                if (!columnUnit.empty() && !unit.empty() && columnUnit != unit && m_provider) {
+                    // A refused conversion leaves the number that the value holds.
+                    double number = CStringUtil::ToDouble(referenced.c_str());
+                    m_provider->ConvertUnits(referenced.c_str(), columnUnit.c_str(), unit.c_str(),
+                                             &number);
+                    referenced = platform::FormatGeneral(number, 6);
+                }
+            }
+            value += referenced;
+        } else if (dataType == DataTypes::DataReal && IsNumeric(piece.text) &&
+                   m_table->LocalizeDecimalSeparator()) {
+            value += LocalizedLiteral(piece.text, dataType);
+        } else if (formulaType == DataTypes::FormulaMaterial) {
+            WideString name;
+            if (m_provider)
+                m_provider->GetMaterialName(piece.text.c_str(), &name);
+            value += name;
+        } else {
+            value += piece.text;
+        }
+    }
+
+    if (dataType == DataTypes::DataString) {
+        value = ConcatenateStrings(value);
+    } else if (dataType == DataTypes::DataBoolean) {
+        if (!CStringUtil::IsLogicalValue(value.c_str()))
+            return EvalTypeMismatch;
+    } else if (!IsNumeric(value)) {
+        if (!m_provider)
+            return EvalExpressionFailed;
+        double number = 0.0;
+        const int32_t status = m_provider->EvaluateToDouble(value.c_str(), unit.c_str(), &number);
+        if (status < 0)
+            return EvalExpressionFailed;
+        if (unit != kInternalLength) {
+            const WideString internalText = platform::FormatGeneral(number, 6);
+            m_provider->ConvertUnits(internalText.c_str(), kInternalLength, unit.c_str(), &number);
+        }
+        // A success with a remark is not good enough here.
+        if (status != 0)
+            return EvalTypeMismatch;
+        value = FormatResult(number);
+    }
+    out = value;
+    return EvalOk;
+}
+
+WideString CTableEvaluator::ConcatenateStrings(const WideString& text) {
+    // Tokens between runs of '&'; leading ones are skipped.
+    size_t position = 0;
+    auto nextToken = [&text, &position](bool& followedByDelimiter) {
+        const size_t start = text.find_first_not_of(L'&', position);
+        if (start == WideString::npos) {
+            position = text.size();
+            followedByDelimiter = false;
+            return WideString();
+        }
+        const size_t end = text.find(L'&', start);
+        followedByDelimiter = end != WideString::npos;
+        position = followedByDelimiter ? end + 1 : text.size();
+        return text.substr(start, (followedByDelimiter ? end : text.size()) - start);
+    };
+
+    bool delimited = false;
+    WideString token = nextToken(delimited);
+    // No concatenation at all: the text stands as written, quotes and all.
+    if (token.empty() || !delimited)
+        return text;
+    WideString result;
+    while (!token.empty()) {
+        result += UnquoteString(Trimmed(token));
+        token = nextToken(delimited);
+    }
+    return result;
+}
+
+WideString CTableEvaluator::UnquoteString(const WideString& text) {
+    WideString result;
+    result.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != L'"') {
+            result += text[i];
+        } else if (i + 1 < text.size() && text[i + 1] == L'"') {
+            result += L'"';
+            ++i;
+        }
+    }
+    return result;
+}
+
+// ---- Formula text scanning ----
+
+int CTableEvaluator::SplitFormula(const wchar_t* text, FormulaPieceList& pieces) {
+    pieces.clear();
+    const WideString source = Text(text);
+    // Plain values, the common case, bypass the memo.
+    if (source.find(L'{') == WideString::npos) {
+        pieces.push_back(FormulaPiece{false, source});
+        return 0;
+    }
+    const auto known = m_splitMemo.find(source);
+    if (known != m_splitMemo.end()) {
+        pieces = known->second;
+        return 0;
+    }
+
+    size_t position = 0;
+    for (size_t open = source.find(L'{'); open != WideString::npos;
+         open = source.find(L'{', position)) {
+        if (open > position) {
+            WideString literal = source.substr(position, open - position);
+            if (literal.find(L'}') != WideString::npos)
+                return 1;
+            pieces.push_back(FormulaPiece{false, std::move(literal)});
+        }
+        const size_t close = source.find(L'}', open + 1);
+        if (close == WideString::npos)
+            return 1;
+        pieces.push_back(FormulaPiece{true, Trimmed(source.substr(open + 1, close - open - 1))});
+        position = close + 1;
+    }
+    if (position < source.size()) {
+        WideString literal = source.substr(position);
+        if (literal.find(L'}') != WideString::npos)
+            return 1;
+        pieces.push_back(FormulaPiece{false, std::move(literal)});
+    }
+    m_splitMemo.emplace(source, pieces);
+    return 0;
+}
+
+CTableEvaluator::EvaluateResult
+CTableEvaluator::CollectInto(const wchar_t* text, ColumnSet& columns,
+                             std::vector<CEncapFamilyColumn*>* added) {
+    FormulaPieceList pieces;
+    if (SplitFormula(text, pieces) != 0)
+        return EvalSyntaxError;
+    for (const FormulaPiece& piece : pieces) {
+        if (!piece.isReference)
+            continue;
+        CEncapFamilyColumn* column =
+            m_table ? m_table->GetFamilyColumnByID(piece.text.c_str()) : nullptr;
+        if (!column)
+            return EvalUnknownColumn;
+        if (columns.insert(column).second && added)
+            added->push_back(column);
+    }
+    return EvalOk;
+}
+
+CTableEvaluator::EvaluateResult CTableEvaluator::CollectReferences(const wchar_t* text,
+                                                                   ColumnSet& columns) {
+    return CollectInto(text, columns, nullptr);
+}
+
+CTableEvaluator::EvaluateResult CTableEvaluator::CollectReferencesDeep(const wchar_t* text,
+                                                                       ColumnSet& columns) {
+    // Each column is added once and its formula followed once, so the set ends the walk on a
+    // loop; a work list instead of recursion keeps a long chain off the stack. The columns
+    // reached are the same in any order of visiting.
+    std::vector<CEncapFamilyColumn*> pending;
+    const EvaluateResult result = CollectInto(text, columns, &pending);
+    while (!pending.empty()) {
+        CEncapFamilyColumn* column = pending.back();
+        pending.pop_back();
+        if (!column->IsExpressionColumn())
+            continue;
+        WideString formula;
+        column->GetFormula(formula);
+        CollectInto(formula.c_str(), columns, &pending); // its result plays no part
+    }
+    return result;
+}
+
+CTableEvaluator::EvaluateResult
+CTableEvaluator::CheckSyntax(const wchar_t* text, DataTypes::ColumnFormulaType formulaType,
+                             DataTypes::ColumnDataType dataType, const wchar_t* unit) {
+    if (formulaType == DataTypes::FormulaRange)
+        return CheckRange(text, dataType, unit);
+    if (formulaType == DataTypes::FormulaExpression) {
+        bool hasReferences = false;
+        return CheckExpression(text, dataType, unit, hasReferences);
+    }
+    return EvalUnknownColumn;
+}
+
+CTableEvaluator::EvaluateResult CTableEvaluator::CheckExpression(const wchar_t* text,
+                                                                 DataTypes::ColumnDataType dataType,
+                                                                 const wchar_t* unit,
+                                                                 bool& hasReferences) {
+    ColumnSet references;
+    const EvaluateResult collected = CollectReferences(text, references);
+    if (collected != EvalOk)
+        return collected;
+
+    const bool numericType = dataType == DataTypes::DataReal || dataType == DataTypes::DataInteger;
+    if (references.empty()) {
+        hasReferences = false;
+        if (numericType && !ExpressionIsEvaluable(text, unit))
+            return EvalTypeMismatch;
+        if (dataType == DataTypes::DataBoolean && !CStringUtil::IsLogicalValue(text))
+            return EvalTypeMismatch;
+        return EvalOk;
+    }
+
+    hasReferences = true;
+    if (dataType == DataTypes::DataString)
+        return EvalOk; // anything can be concatenated
+    if (dataType == DataTypes::DataBoolean) {
+        if (references.size() != 1 ||
+            (*references.begin())->GetDataType() != DataTypes::DataBoolean)
+            return EvalTypeMismatch;
+        return EvalOk;
+    }
+    if (!numericType)
+        return EvalOk;
+
+    // Each fitting reference becomes a probe number; any other keeps its braces, which the host
+    // then refuses.
+    WideString probed = Text(text);
+    const WideString checkUnit = Text(unit);
+    for (CEncapFamilyColumn* column : references) {
+        const DataTypes::ColumnDataType referencedType = column->GetDataType();
+        const bool fits = referencedType == dataType || (dataType == DataTypes::DataReal &&
+                                                         referencedType == DataTypes::DataInteger);
+        if (!fits)
+            continue;
+        WideString probe = referencedType == DataTypes::DataReal ? L"1.1" : L"1";
+        if (checkUnit.empty()) {
+            WideString referencedUnit;
+            column->GetUnitType(referencedUnit);
+            probe += referencedUnit;
+        }
+        WideString id;
+        column->GetColumnID(id);
+        ReplaceToken(probed, L"{" + id + L"}", probe);
+    }
+    if (!ExpressionIsEvaluable(probed.c_str(), unit))
+        return EvalTypeMismatch;
+    return EvalOk;
+}
+
+bool CTableEvaluator::ExpressionIsEvaluable(const wchar_t* text, const wchar_t* unit) {
+    if (!m_provider)
+        return false;
+    const WideString checkUnit = UnitOrNone(Text(unit));
+    try {
+        double scratch = 0.0;
+        return m_provider->EvaluateToDouble(Text(text), checkUnit.c_str(), &scratch) >= 0;
+    } catch (...) {
+        // Whatever the host throws means it can't compute the text.
+        return false;
+    }
+}
+
+double CTableEvaluator::ExpressionValueInUnit(const WideString& text, const WideString& unit) {
+    const WideString checkUnit = UnitOrNone(unit);
+    if (!m_provider)
+        return CStringUtil::ToDouble(text.c_str());
+    try {
+        double value = 0.0;
+        double scale = 1.0;
+        // The host answers in its internal unit; one of `unit` brings it back.
+        if (m_provider->EvaluateToDouble(text.c_str(), checkUnit.c_str(), &value) == 0 &&
+            m_provider->EvaluateToDouble(L"1.0", checkUnit.c_str(), &scale) == 0)
+            return value / scale;
+    } catch (...) {
+        // Whatever the host throws means it can't compute the text.
+    }
+    return 0.0;
+}
+
+CTableEvaluator::EvaluateResult CTableEvaluator::CheckRange(const wchar_t* text,
+                                                            DataTypes::ColumnDataType dataType,
+                                                            const wchar_t* unit) {
+    const WideString source = Text(text);
+    if (!CRangeParser::IsRange(source))
+        return EvalInvalidRange;
+    if (dataType == DataTypes::DataString || dataType == DataTypes::DataBoolean)
+        return EvalTypeMismatch;
+
+    const CRangeParser range(source.c_str());
+    const WideString parts[] = {range.getMin(), range.getMax(), range.getStep(),
+                                range.getDefault()};
+    // A part's flag ends false only when the part is there and refers to nothing.
+    bool anyOpen = false;
+    for (const WideString& part : parts) {
+        bool hasReferences = true;
+        if (!part.empty()) {
+            const EvaluateResult result =
+                CheckExpression(part.c_str(), dataType, unit, hasReferences);
+            if (result != EvalOk)
+                return result;
+        }
+        anyOpen = anyOpen || hasReferences;
+    }
+    if (anyOpen)
+        return EvalOk; // a part absent or with references: no comparison
+
+    const double minimum = ExpressionValueInUnit(parts[0], kNoUnit);
+    const double maximum = ExpressionValueInUnit(parts[1], kNoUnit);
+    const double step = ExpressionValueInUnit(parts[2], kNoUnit);
+    const double fallback = ExpressionValueInUnit(parts[3], kNoUnit);
+    if (maximum < minimum)
+        return EvalInvalidRange;
+    if (maximum - minimum < step)
+        return EvalInvalidRange;
+    if (fallback < minimum || fallback > maximum)
+        return EvalInvalidRange;
     return EvalOk;
 }
 

@@ -1,20 +1,28 @@
 #pragma once
-// Computes the value of one cell of a family table and stores it in the table's value cache.
+// Computes the value of one cell of a family table and stores it in the table's value cache, and
+// scans and checks formula texts.
 //
-// This first version answers only cells whose text is a literal: the row's Cell text, else the
-// column's ColumnwideValue, holding no {reference} and no expression. Everything that needs the
-// formula scanner, the range parser or the host (references, String concatenation, numeric
-// expressions with units, materials, range columns) answers EvalExpressionFailed until the
-// evaluation is built.
+// A cell's text is cut into literals and {references}; each reference is read back through the
+// table (and so through the value cache), and what is left is a String concatenation, a logical
+// word, a plain number, or an expression with units that the host computes. The library parses
+// no arithmetic itself: the host's IEvaluatorProvider does.
 
+#include "torvex/evaluation/FormulaPiece.h"
 #include "torvex/platform/WideString.h"
+#include "torvex/text/DataTypes.h"
+
+#include <cstddef>
+#include <map>
+#include <set>
 
 namespace torvex {
 
+class CEncapFamilyColumn;
 class CEncapFamilyTable;
 class IEvaluatorProvider;
 
-/// The evaluator of one table; created and deleted by the table.
+/// The evaluator of one table; created and deleted by the table. Exceptions thrown by the host
+/// pass through every operation except ExpressionIsEvaluable and ExpressionValueInUnit.
 class CTableEvaluator {
 public:
     /// The one result type of every operation that evaluates or checks a cell or a formula. 0 and
@@ -31,6 +39,13 @@ public:
         EvalUnitMismatch = 8,
     };
 
+    /// Columns ordered by pointer value, not owned (the same type as CEncapFamilyColumn's).
+    using ColumnSet = std::set<CEncapFamilyColumn*>;
+
+    /// How many cell evaluations may be nested inside one another (a chain of references this
+    /// long); a deeper one answers EvalCircularDependency instead of exhausting the stack.
+    static constexpr size_t kMaxNestedEvaluations = 1000;
+
     /// Records the table and the provider of the table's family (null without a family). Never
     /// fails.
     explicit CTableEvaluator(CEncapFamilyTable* table);
@@ -38,13 +53,84 @@ public:
     CTableEvaluator(const CTableEvaluator&) = delete;
     CTableEvaluator& operator=(const CTableEvaluator&) = delete;
 
-    /// Computes the cell and stores its value in the cache; the value does not go to the caller.
-    /// EvalNoValue for an unknown column, EvalTypeMismatch for a Boolean text that is no logical
-    /// word, EvalExpressionFailed for any text that needs more than a literal.
+    // Cell evaluation.
+
+    /// Computes the cell and stores its value in the cache (also for 8); the value does not go
+    /// to the caller. 1 when the cell is already in progress (or nested too deep), 7 for an
+    /// unknown column or without a table, 2 for unbalanced braces, a reference's own failure
+    /// code, 6 for a Boolean that is no logical word, 3 when the host fails (or is missing).
     EvaluateResult EvaluateCell(WideString rowId, WideString columnId, WideString language);
+    /// EvaluateCell, then, on 0 and for a unit other than the column's, the value converted to
+    /// `unit` replaces the cached one in the actual language. EvaluateCell's result.
+    EvaluateResult EvaluateInUnit(WideString rowId, WideString columnId, WideString language,
+                                  WideString unit);
+    /// Evaluates a free expression for a row; nothing is cached and no loop check is made. 4 for
+    /// a range type whose text is no range, 2 for unbalanced braces, any reference result other
+    /// than 0, 6 for a non-logical Boolean or a host status other than 0, 3 for a host failure
+    /// (or no host). `out` is written only on 0.
+    EvaluateResult EvaluateExpression(WideString expression,
+                                      DataTypes::ColumnFormulaType formulaType,
+                                      DataTypes::ColumnDataType dataType, WideString rowId,
+                                      WideString unit, WideString& out);
+    /// The value of a String expression: "&"-separated tokens, each trimmed and unquoted; a text
+    /// with no "&" after its first token comes back as given. Never fails.
+    static WideString ConcatenateStrings(const WideString& text);
+    /// Drops single '"' characters and turns '""' into '"'. Never fails.
+    static WideString UnquoteString(const WideString& text);
+
+    // Formula text scanning.
+
+    /// Cuts the text (null counts as empty) into literals and references: 0, or 1 for unbalanced
+    /// braces (then `pieces` is partly filled). Texts with a brace are remembered.
+    int SplitFormula(const wchar_t* text, FormulaPieceList& pieces);
+    /// Adds the columns the text refers to (the set isn't cleared): 2 for unbalanced braces, 5 at
+    /// the first unknown id (what was added stays), else 0.
+    EvaluateResult CollectReferences(const wchar_t* text, ColumnSet& columns);
+    /// The same, and also the columns reached through the formulas of the columns added; only the
+    /// text's own references decide the result.
+    EvaluateResult CollectReferencesDeep(const wchar_t* text, ColumnSet& columns);
+    /// Checks a formula of that type before any row is known: the range check for FormulaRange
+    /// (4 no range or contradicting literals, 6 for a String or Boolean column, else a part's
+    /// code), CheckExpression for FormulaExpression, 5 for any other type.
+    EvaluateResult CheckSyntax(const wchar_t* text, DataTypes::ColumnFormulaType formulaType,
+                               DataTypes::ColumnDataType dataType, const wchar_t* unit);
+    /// Whether a formula can work at all, probing the host with "1.1" and "1" for references:
+    /// 2 or 5 from the references (`hasReferences` untouched), 6 when the host refuses it or a
+    /// type doesn't fit, else 0.
+    EvaluateResult CheckExpression(const wchar_t* text, DataTypes::ColumnDataType dataType,
+                                   const wchar_t* unit, bool& hasReferences);
+    /// Whether the host computes the text in the unit ("ul" for empty): false on a negative
+    /// status, on any exception from the host, and without a host.
+    bool ExpressionIsEvaluable(const wchar_t* text, const wchar_t* unit);
+    /// The text's value in the unit ("ul" for empty): the host's value divided by its value of
+    /// "1.0" in that unit; 0.0 when either status isn't exactly 0 or the host throws; the plain
+    /// leading number of the text without a host.
+    double ExpressionValueInUnit(const WideString& text, const WideString& unit);
+
+    // Readings for the owner and for checks.
+
+    /// The host's provider; null without a family.
+    IEvaluatorProvider* GetProvider() const { return m_provider; }
+    /// Number of texts in the memo of split formulas. Never fails.
+    size_t GetSplitMemoSize() const { return m_splitMemo.size(); }
+    /// The cells being evaluated now ("row{column"); empty between top-level evaluations.
+    const std::set<WideString>& GetCellsInProgress() const { return m_inProgress; }
 
 private:
+    /// The range check of a FormulaRange text.
+    EvaluateResult CheckRange(const wchar_t* text, DataTypes::ColumnDataType dataType,
+                              const wchar_t* unit);
+    /// Adds the columns one text refers to and lists those newly added, in text order.
+    EvaluateResult CollectInto(const wchar_t* text, ColumnSet& columns,
+                               std::vector<CEncapFamilyColumn*>* added);
+    /// A Real literal with the family's decimal separator when it localizes; else unchanged.
+    WideString LocalizedLiteral(const WideString& piece, DataTypes::ColumnDataType dataType) const;
+    /// The final number formatted with "%.8g", with the family's separator when it localizes.
+    WideString FormatResult(double number) const;
+
     CEncapFamilyTable* m_table = nullptr;
+    std::map<WideString, FormulaPieceList> m_splitMemo;
+    std::set<WideString> m_inProgress;
     IEvaluatorProvider* m_provider = nullptr;
 };
 

@@ -7,7 +7,9 @@
 #include "torvex/family/FamilyNames.h"
 #include "torvex/text/CStringUtil.h"
 
-#include <iterator>
+#include <map>
+#include <set>
+#include <vector>
 
 namespace torvex {
 namespace {
@@ -17,6 +19,26 @@ const wchar_t* Text(const wchar_t* text) {
 }
 
 using Result = CTableEvaluator::EvaluateResult;
+
+// `start` and every column reached from it through the dependents, each once, breadth first;
+// `excluded` is never entered (unless it is `start`), and the walk doesn't go on from a column
+// for which `stop` answers true. The visited set ends a loop of formulas read from a document,
+// and the work list keeps a long chain off the stack.
+template <typename Stop>
+std::vector<CEncapFamilyColumn*> ReachableColumns(CEncapFamilyColumn* start,
+                                                  const CEncapFamilyColumn* excluded, Stop stop) {
+    std::vector<CEncapFamilyColumn*> order{start};
+    std::set<const CEncapFamilyColumn*> visited{start};
+    for (size_t i = 0; i < order.size(); ++i) {
+        if (stop(order[i]))
+            continue;
+        for (CEncapFamilyColumn* dependent : order[i]->GetDependantColumns()) {
+            if (dependent && dependent != excluded && visited.insert(dependent).second)
+                order.push_back(dependent);
+        }
+    }
+    return order;
+}
 
 } // namespace
 
@@ -149,47 +171,155 @@ void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* lang
 }
 
 void CEncapFamilyColumn::InvalidateCache(const WideString& rowId, const WideString& language) {
-    std::set<const CEncapFamilyColumn*> visited;
-    InvalidateCacheOnce(rowId, language, visited);
-}
-
-void CEncapFamilyColumn::InvalidateCacheOnce(const WideString& rowId, const WideString& language,
-                                             std::set<const CEncapFamilyColumn*>& visited) {
-    if (!visited.insert(this).second)
-        return;
-    if (m_cache) {
-        m_cache->DetachFile();
+    for (CEncapFamilyColumn* column :
+         ReachableColumns(this, nullptr, [](auto*) { return false; })) {
+        if (!column->m_cache)
+            continue;
+        column->m_cache->DetachFile();
         if (rowId.empty())
-            m_cache->ClearColumn(m_columnId);
+            column->m_cache->ClearColumn(column->m_columnId);
         else
-            m_cache->ClearValue(rowId, m_columnId, language);
+            column->m_cache->ClearValue(rowId, column->m_columnId, language);
     }
-    const ColumnSet dependants = m_dependants;
-    for (CEncapFamilyColumn* column : dependants)
-        column->InvalidateCacheOnce(rowId, language, visited);
 }
 
 bool CEncapFamilyColumn::ChangeInColumnCausesRefresh() {
-    std::set<const CEncapFamilyColumn*> visited;
-    return ChangeCausesRefresh(visited);
+    // A custom column answers false without asking its own dependents; the first geometry or
+    // host property column reached answers true.
+    bool refresh = false;
+    ReachableColumns(this, nullptr, [&refresh](const CEncapFamilyColumn* column) {
+        if (!refresh && !column->IsCustom())
+            refresh = column->IsGeometryColumn() || column->IsHostPropertyColumn();
+        return refresh || column->IsCustom();
+    });
+    return refresh;
 }
 
-bool CEncapFamilyColumn::ChangeCausesRefresh(std::set<const CEncapFamilyColumn*>& visited) {
-    // A column met again on this walk has answered false already (a true ends the walk).
-    if (!visited.insert(this).second)
-        return false;
-    if (m_custom)
-        return false;
-    if (m_geometry || m_hostProperty)
-        return true;
-    if (m_dependants.empty())
-        return false;
-    const ColumnSet dependants = m_dependants;
-    for (CEncapFamilyColumn* column : dependants) {
-        if (column->ChangeCausesRefresh(visited))
+// ---- Dependencies ----
+
+void CEncapFamilyColumn::AddDependentColumn(CEncapFamilyColumn* column) {
+    if (column)
+        m_dependants.insert(column);
+}
+
+void CEncapFamilyColumn::RemoveDependentColumn(CEncapFamilyColumn* column) {
+    m_dependants.erase(column);
+}
+
+Result CEncapFamilyColumn::CheckCircularDependency(CEncapFamilyColumn* origin) {
+    const CEncapFamilyColumn* target = origin ? origin : this;
+    // Depth first over the dependents, with the path kept: a column met again while still on
+    // the path is a loop, which only a document can bring (every edit is checked), and counts
+    // as circular. A column already finished answered 0 and isn't walked again.
+    struct Frame {
+        const CEncapFamilyColumn* column;
+        ColumnSet::const_iterator next;
+    };
+    std::map<const CEncapFamilyColumn*, bool> onPath;
+    std::vector<Frame> path;
+    auto enter = [&](const CEncapFamilyColumn* column) {
+        if (column->m_dependants.count(const_cast<CEncapFamilyColumn*>(target)) != 0)
             return true;
+        onPath[column] = true;
+        path.push_back(Frame{column, column->m_dependants.begin()});
+        return false;
+    };
+    if (enter(this))
+        return CTableEvaluator::EvalCircularDependency;
+    while (!path.empty()) {
+        Frame& top = path.back();
+        if (top.next == top.column->m_dependants.end()) {
+            onPath[top.column] = false;
+            path.pop_back();
+            continue;
+        }
+        const CEncapFamilyColumn* dependent = *top.next++;
+        const auto seen = onPath.find(dependent);
+        if (seen != onPath.end()) {
+            if (seen->second)
+                return CTableEvaluator::EvalCircularDependency;
+            continue;
+        }
+        if (enter(dependent))
+            return CTableEvaluator::EvalCircularDependency;
     }
-    return false;
+    return CTableEvaluator::EvalOk;
+}
+
+CEncapFamilyColumn::ColumnSet&
+CEncapFamilyColumn::GetAllDependentColumns(ColumnSet& result, const CEncapFamilyColumn* root) {
+    const CEncapFamilyColumn* excluded = root ? root : this;
+    for (CEncapFamilyColumn* column : ReachableColumns(this, excluded, [](auto*) { return false; }))
+        result.insert(column);
+    return result;
+}
+
+bool CEncapFamilyColumn::IsReferencedDirectlyBy(CEncapFamilyColumn* column) const {
+    return column && m_dependants.count(column) != 0;
+}
+
+bool CEncapFamilyColumn::IsReferencedBy(CEncapFamilyColumn* column) const {
+    return IsReferencedBy2(column, 0);
+}
+
+bool CEncapFamilyColumn::IsReferencedBy2(CEncapFamilyColumn* column, int) const {
+    if (!column)
+        return false;
+    // Asked of this column and of every column that depends on it, each once.
+    bool found = false;
+    ReachableColumns(const_cast<CEncapFamilyColumn*>(this), nullptr,
+                     [column, &found](const CEncapFamilyColumn* reached) {
+                         found = found || reached->IsReferencedDirectlyBy(column);
+                         return found;
+                     });
+    return found;
+}
+
+Result CEncapFamilyColumn::ValidateNormalFormula(const wchar_t* formula,
+                                                 const WideString& language) {
+    if (!m_table)
+        return CTableEvaluator::EvalNoValue;
+    Result result = m_table->CheckFormulaSyntax(formula, DataTypes::FormulaExpression, m_dataType,
+                                                m_unitType.c_str());
+    if (result != CTableEvaluator::EvalOk)
+        return result;
+    result = m_table->UpdateColumnsDependency(this, formula);
+    if (result != CTableEvaluator::EvalOk)
+        return result;
+    result = CheckCircularDependency(nullptr);
+    // A pure check: the graph goes back to the formula in force whatever the answer.
+    WideString former;
+    if (language.empty())
+        GetFormula(former);
+    else
+        GetFormula(former, language.c_str());
+    m_table->UpdateColumnsDependency(this, former.c_str());
+    return result;
+}
+
+Result CEncapFamilyColumn::ValidateFormulaBeforeSet(const wchar_t* formula,
+                                                    const WideString& language) {
+    if (!m_table)
+        return CTableEvaluator::EvalNoValue;
+    const DataTypes::ColumnFormulaType type =
+        m_custom ? DataTypes::FormulaRange : DataTypes::FormulaExpression;
+    Result result = m_table->CheckFormulaSyntax(formula, type, m_dataType, m_unitType.c_str());
+    if (result != CTableEvaluator::EvalOk)
+        return result;
+    // From here the graph reflects the new formula; it stays so when the formula is accepted.
+    result = m_table->UpdateColumnsDependency(this, formula);
+    if (result != CTableEvaluator::EvalOk)
+        return result;
+    result = CheckCircularDependency(nullptr);
+    if (result == CTableEvaluator::EvalOk)
+        return result;
+    WideString former;
+    if (language.empty())
+        GetFormula(former);
+    else
+        GetFormula(former, language.c_str());
+    m_table->UpdateColumnsDependency(this, former.c_str());
+    return result;
 }
 
 // ---- Derived readings ----

@@ -174,8 +174,29 @@ public:
     void GetFormula(WideString& out, const wchar_t* language) const;
     /// Whether a change in this column changes what a member looks like: false for a custom
     /// column, true for a geometry or host property column, else whether a dependent column
-    /// causes a refresh.
+    /// causes a refresh. Each column is asked once, so a loop of formulas ends the walk.
     bool ChangeInColumnCausesRefresh();
+    /// Checks a formula for this column without keeping it: CheckFormulaSyntax as an expression
+    /// (2, 5, 6), the dependency update (2, 5), then the loop check (1); the graph always ends on
+    /// the formula in force (`language` empty: the actual language). 0 when acceptable.
+    CTableEvaluator::EvaluateResult ValidateNormalFormula(const wchar_t* formula,
+                                                          const WideString& language);
+
+    // Dependencies: the columns whose column formula refers to this one.
+
+    /// 1 when `origin` (null: this column) is a dependent of this column or of any column that
+    /// depends on it, directly or not; also 1 when the walk meets a loop of dependents (one a
+    /// document can hold), so that such a graph never hangs it. 0 otherwise.
+    CTableEvaluator::EvaluateResult CheckCircularDependency(CEncapFamilyColumn* origin);
+    /// Adds this column and every column that depends on it, directly or not, to `result` (not
+    /// cleared first) and returns it; the walk doesn't pass through `root` (null: this column).
+    /// Ends on a loop of dependents.
+    ColumnSet& GetAllDependentColumns(ColumnSet& result, const CEncapFamilyColumn* root);
+    /// False for null; true when the column's formula refers to this one.
+    bool IsReferencedDirectlyBy(CEncapFamilyColumn* column) const;
+    /// False for null; true when the column depends on this one, directly or not. Ends on a loop
+    /// of dependents.
+    bool IsReferencedBy(CEncapFamilyColumn* column) const;
 
 protected:
     /// No table, no node; the flag has no effect.
@@ -205,11 +226,17 @@ private:
     void SetCacheValue(const wchar_t* rowId, const wchar_t* language, const wchar_t* value);
     /// Actual language of the family; empty without one.
     WideString ActualLanguage() const;
-    /// The walks over the dependent columns visit each column once, so that a loop of formulas
-    /// read from a document can't recurse without end.
-    bool ChangeCausesRefresh(std::set<const CEncapFamilyColumn*>& visited);
-    void InvalidateCacheOnce(const WideString& rowId, const WideString& language,
-                             std::set<const CEncapFamilyColumn*>& visited);
+    /// Inserts the column among the dependents if absent; nothing for null.
+    void AddDependentColumn(CEncapFamilyColumn* column);
+    /// Erases the column from the dependents if present.
+    void RemoveDependentColumn(CEncapFamilyColumn* column);
+    /// IsReferencedBy; the depth is counted and compared with nothing.
+    bool IsReferencedBy2(CEncapFamilyColumn* column, int depth) const;
+    /// The check before a formula is set: like ValidateNormalFormula, with the range type for a
+    /// custom column, and the graph left on the new formula when it is accepted (restored only
+    /// when the loop check fails).
+    CTableEvaluator::EvaluateResult ValidateFormulaBeforeSet(const wchar_t* formula,
+                                                             const WideString& language);
 
     CEncapFamilyTable* m_table = nullptr;
     XMLNode m_node;

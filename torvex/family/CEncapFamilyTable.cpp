@@ -1,9 +1,12 @@
 #include "torvex/family/CEncapFamilyTable.h"
 
+#include "torvex/evaluation/CRangeParser.h"
 #include "torvex/evaluation/CTableValueCache.h"
+#include "torvex/evaluation/IEvaluatorProvider.h"
 #include "torvex/family/CEncapFamily.h"
 #include "torvex/family/CEncapFamilyRow.h"
 #include "torvex/family/FamilyNames.h"
+#include "torvex/platform/NumberText.h"
 #include "torvex/text/CStringUtil.h"
 #include "torvex/xml/XMLNodeArray.h"
 
@@ -124,7 +127,42 @@ void CEncapFamilyTable::ClearData() {
 }
 
 CTableEvaluator::EvaluateResult CEncapFamilyTable::BuildColumnsDependency() {
+    CTableEvaluator::EvaluateResult result = CTableEvaluator::EvalOk;
+    for (CStringMapTo<CEncapFamilyColumn*>::Position pos = m_columns.GetStartPosition(); pos;) {
+        WideString id;
+        CEncapFamilyColumn* column = nullptr;
+        m_columns.GetNextAssoc(pos, id, column);
+        if (!column)
+            continue;
+        WideString formula;
+        column->GetFormula(formula);
+        if (formula.empty())
+            continue;
+        result = UpdateColumnsDependency(column, formula.c_str());
+        if (result != CTableEvaluator::EvalOk)
+            break;
+    }
+    return result;
+}
+
+CTableEvaluator::EvaluateResult
+CEncapFamilyTable::UpdateColumnsDependency(CEncapFamilyColumn* column, const wchar_t* formula) {
+    CEncapFamilyColumn::ColumnSet references;
+    const CTableEvaluator::EvaluateResult result =
+        m_evaluator->CollectReferences(formula, references);
+    if (result != CTableEvaluator::EvalOk)
+        return result;
+    RemoveColumnDependencies(column);
+    for (CEncapFamilyColumn* referenced : references)
+        referenced->AddDependentColumn(column);
     return CTableEvaluator::EvalOk;
+}
+
+void CEncapFamilyTable::RemoveColumnDependencies(CEncapFamilyColumn* column) {
+    m_columns.ForEach([column](const WideString&, CEncapFamilyColumn* other) {
+        if (other)
+            other->RemoveDependentColumn(column);
+    });
 }
 
 // ---- Order and lookups ----
@@ -275,6 +313,90 @@ void CEncapFamilyTable::ClearCachedValue(const wchar_t* rowId, const wchar_t* co
 CTableEvaluator::EvaluateResult CEncapFamilyTable::Evaluate(WideString rowId, WideString columnId,
                                                             WideString language) {
     return m_evaluator->EvaluateCell(std::move(rowId), std::move(columnId), std::move(language));
+}
+
+CTableEvaluator::EvaluateResult
+CEncapFamilyTable::Evaluate(const wchar_t* expression, DataTypes::ColumnFormulaType formulaType,
+                            DataTypes::ColumnDataType dataType, const wchar_t* rowId,
+                            const wchar_t* unit, WideString& out) {
+    return m_evaluator->EvaluateExpression(Text(expression), formulaType, dataType, Text(rowId),
+                                           Text(unit), out);
+}
+
+bool CEncapFamilyTable::GetRangeColumnValue(const wchar_t* columnId, WideString& out) const {
+    const auto found = m_rangeColumnValues.find(Text(columnId));
+    if (found == m_rangeColumnValues.end())
+        return false;
+    out = found->second;
+    return true;
+}
+
+void CEncapFamilyTable::SetRangeColumnValues(const std::map<WideString, WideString>& values) {
+    m_rangeColumnValues = values;
+}
+
+// ---- Checks and host services ----
+
+CTableEvaluator::EvaluateResult
+CEncapFamilyTable::CheckFormulaSyntax(const wchar_t* formula,
+                                      DataTypes::ColumnFormulaType formulaType,
+                                      DataTypes::ColumnDataType dataType, const wchar_t* unit) {
+    return m_evaluator->CheckSyntax(formula, formulaType, dataType, unit);
+}
+
+CTableEvaluator::EvaluateResult CEncapFamilyTable::IsFormulaValid(const wchar_t* columnId,
+                                                                  const wchar_t* formula) {
+    CEncapFamilyColumn* column = GetFamilyColumnByID(columnId);
+    if (!column)
+        return CTableEvaluator::EvalUnknownColumn;
+    if (!column->IsCustom())
+        return column->ValidateNormalFormula(formula, WideString());
+    const DataTypes::ColumnDataType type = column->GetDataType();
+    if (type == DataTypes::DataString || type == DataTypes::DataBoolean)
+        return CTableEvaluator::EvalTypeMismatch;
+    const WideString text = Text(formula);
+    if (!CRangeParser::IsRange(text))
+        return CTableEvaluator::EvalInvalidRange;
+    // Whatever a part's own code, a range with a bad part is a bad range.
+    const CRangeParser range(text.c_str());
+    for (const WideString& part :
+         {range.getMin(), range.getMax(), range.getStep(), range.getDefault()}) {
+        if (!part.empty() &&
+            column->ValidateNormalFormula(part.c_str(), WideString()) != CTableEvaluator::EvalOk)
+            return CTableEvaluator::EvalInvalidRange;
+    }
+    return CTableEvaluator::EvalOk;
+}
+
+bool CEncapFamilyTable::GetValueFromExpression(const wchar_t* expression, const wchar_t* unit,
+                                               double& value) const {
+    IEvaluatorProvider* provider = m_evaluator->GetProvider();
+    if (!provider)
+        return false;
+    const WideString target = *Text(unit) ? WideString(unit) : WideString(L"ul");
+    if (provider->EvaluateToDouble(Text(expression), target.c_str(), &value) < 0)
+        return false;
+    // The host answers in its internal unit; a length comes back in "cm".
+    if (target != L"cm") {
+        const WideString internal = platform::FormatGeneral(value, 6);
+        if (provider->ConvertUnits(internal.c_str(), L"cm", target.c_str(), &value) < 0)
+            return false;
+    }
+    return true;
+}
+
+WideString CEncapFamilyTable::GetMaterialName(const wchar_t* key) const {
+    WideString name;
+    if (IEvaluatorProvider* provider = m_evaluator->GetProvider())
+        provider->GetMaterialName(Text(key), &name);
+    return name;
+}
+
+WideString CEncapFamilyTable::GetMaterialRefKey(const wchar_t* key) const {
+    WideString refKey;
+    if (IEvaluatorProvider* provider = m_evaluator->GetProvider())
+        provider->GetMaterialRefKey(Text(key), &refKey);
+    return refKey;
 }
 
 // ---- Raw and localized routing ----

@@ -7,6 +7,7 @@
 #include "torvex/family/CEncapFamilyColumn.h"
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/platform/WideString.h"
+#include "torvex/text/DataTypes.h"
 #include "torvex/xml/XMLNode.h"
 
 #include <map>
@@ -106,9 +107,42 @@ public:
     void ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId);
     /// Drops the cached value of the cell in the language; nothing for an unknown column.
     void ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* language);
-    /// Evaluates the cell into the value cache (the evaluator's EvaluateCell).
+    /// Evaluates the cell into the value cache (the evaluator's EvaluateCell, whose codes it
+    /// answers).
     CTableEvaluator::EvaluateResult Evaluate(WideString rowId, WideString columnId,
                                              WideString language);
+    /// Evaluates a free expression for the row in the unit, caching nothing (the evaluator's
+    /// EvaluateExpression, whose codes it answers); `out` is written only on 0.
+    CTableEvaluator::EvaluateResult Evaluate(const wchar_t* expression,
+                                             DataTypes::ColumnFormulaType formulaType,
+                                             DataTypes::ColumnDataType dataType,
+                                             const wchar_t* rowId, const wchar_t* unit,
+                                             WideString& out);
+    /// The value chosen for a range column (id compared exactly): false when none was set.
+    bool GetRangeColumnValue(const wchar_t* columnId, WideString& out) const;
+    /// Replaces the chosen range column values by a copy of the map. Never fails.
+    void SetRangeColumnValues(const std::map<WideString, WideString>& values);
+
+    // Checks and host services.
+
+    /// Checks a formula of that type for a column of that data type and unit (the evaluator's
+    /// CheckSyntax): 0, or 2, 4, 5, 6 (5 also for a type other than range or expression).
+    CTableEvaluator::EvaluateResult CheckFormulaSyntax(const wchar_t* formula,
+                                                       DataTypes::ColumnFormulaType formulaType,
+                                                       DataTypes::ColumnDataType dataType,
+                                                       const wchar_t* unit);
+    /// Whether the formula would be accepted on the column, the graph left as it was: the
+    /// column's ValidateNormalFormula, or for a range column 6 (String or Boolean), 4 (no
+    /// range, or any part that fails). 5 for an unknown column.
+    CTableEvaluator::EvaluateResult IsFormulaValid(const wchar_t* columnId, const wchar_t* formula);
+    /// The expression's value in the unit ("ul" for empty) through the host: false when the host
+    /// fails to compute or convert it, or without a host.
+    bool GetValueFromExpression(const wchar_t* expression, const wchar_t* unit,
+                                double& value) const;
+    /// The host's display name of a material key; empty without a host.
+    WideString GetMaterialName(const wchar_t* key) const;
+    /// The host's reference key of a material text; empty without a host.
+    WideString GetMaterialRefKey(const wchar_t* key) const;
 
     // Member revisions.
 
@@ -128,9 +162,15 @@ private:
     void InitializeData();
     /// Deletes columns and rows and empties maps and lists; the status id stays.
     void ClearData();
-    /// The graph of dependent columns. Not built yet (needs the formula scanner): does nothing
-    /// and answers EvalOk.
+    /// Builds the graph of dependent columns from every non-empty column formula, in map order;
+    /// stops at the first formula that fails (2 or 5) and answers its code, else 0.
     CTableEvaluator::EvaluateResult BuildColumnsDependency();
+    /// Makes the graph say that `column` refers to what `formula` refers to: 2 or 5 with the
+    /// graph untouched, else 0.
+    CTableEvaluator::EvaluateResult UpdateColumnsDependency(CEncapFamilyColumn* column,
+                                                            const wchar_t* formula);
+    /// Forgets everything `column` refers to; what refers to it stays. Never fails.
+    void RemoveColumnDependencies(CEncapFamilyColumn* column);
 
     /// 1 for an unknown row; else the row's raw value (0 and the Cell text, or 1 and empty).
     long GetRawValue(const wchar_t* rowId, const wchar_t* columnId, WideString& out) const;

@@ -1,0 +1,392 @@
+// Cell evaluation as a host sees it: where a cell's text comes from, what the host is asked,
+// units and the unitless fall-back, the decimal separator, Strings, Booleans, ranges, materials,
+// loops, free expressions, and host exceptions.
+
+#include "TestProvider.h"
+
+#include "platform/ScopedEnvironment.h"
+#include "torvex/evaluation/CTableEvaluator.h"
+#include "torvex/evaluation/CTableValueCache.h"
+#include "torvex/family/CEncapFamilyColumn.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <stdexcept>
+#include <string>
+
+namespace torvex {
+namespace {
+
+using test::FamilyXml;
+using test::TestFamily;
+using E = CTableEvaluator;
+using Result = E::EvaluateResult;
+
+// len (mm) and cnt (no unit) are 3 in every row; w is 3 in a unit the host doesn't know.
+const WideString kColumns =
+    L"<Column ColumnId=\"len\" ValueType=\"double\" UnitType=\"mm\"/>"
+    L"<Column ColumnId=\"cnt\" ValueType=\"integer\"/>"
+    L"<Column ColumnId=\"w\" ValueType=\"double\" UnitType=\"kg\"/>"
+    L"<Column ColumnId=\"ok\" ValueType=\"boolean\"/>"
+    L"<Column ColumnId=\"twice\" ValueType=\"double\" UnitType=\"mm\" ColumnwideValue=\"{len}*2\"/>"
+    L"<Column ColumnId=\"inch\" ValueType=\"double\" UnitType=\"in\" ColumnwideValue=\"{len}*2\"/>"
+    L"<Column ColumnId=\"plus\" ValueType=\"double\" ColumnwideValue=\"{cnt}*2\"/>"
+    L"<Column ColumnId=\"mixed\" ValueType=\"double\" UnitType=\"mm\" "
+    L"ColumnwideValue=\"{len}+{cnt}\"/>"
+    L"<Column ColumnId=\"heavy\" ValueType=\"double\" UnitType=\"kg\" "
+    L"ColumnwideValue=\"{len}*2\"/>"
+    L"<Column ColumnId=\"wide\" ValueType=\"double\" ColumnwideValue=\"{w}*2\"/>"
+    L"<Column ColumnId=\"never\" ValueType=\"double\" ColumnwideValue=\"{len}*\"/>"
+    L"<Column ColumnId=\"seven\" ValueType=\"integer\" ColumnwideValue=\"7.5\"/>"
+    L"<Column ColumnId=\"name\" ValueType=\"string\" "
+    L"ColumnwideValue=\"&quot;M&quot; &amp; {len} &amp; &quot;x&quot; &amp; {cnt}\"/>"
+    L"<Column ColumnId=\"quoted\" ValueType=\"string\" ColumnwideValue=\"&quot;abc&quot;\"/>"
+    L"<Column ColumnId=\"last0\" ValueType=\"string\" "
+    L"ColumnwideValue=\"{mixed} &amp; {len}\"/>"
+    L"<Column ColumnId=\"last8\" ValueType=\"string\" "
+    L"ColumnwideValue=\"{len} &amp; {mixed}\"/>"
+    L"<Column ColumnId=\"flag\" ValueType=\"boolean\" ColumnwideValue=\"{ok}\"/>"
+    L"<Column ColumnId=\"ja\" ValueType=\"boolean\" ColumnwideValue=\"Ja\"/>"
+    L"<Column ColumnId=\"noflag\" ValueType=\"boolean\"/>"
+    L"<Column ColumnId=\"nothing\" ValueType=\"double\"/>"
+    L"<Column ColumnId=\"unknown\" ValueType=\"double\" ColumnwideValue=\"{nope}*2\"/>"
+    L"<Column ColumnId=\"braces\" ValueType=\"double\" ColumnwideValue=\"{len\"/>"
+    L"<Column ColumnId=\"self\" ValueType=\"double\" ColumnwideValue=\"{self}+1\"/>"
+    L"<Column ColumnId=\"outer\" ValueType=\"double\" ColumnwideValue=\"{self}\"/>"
+    L"<Column ColumnId=\"p\" ValueType=\"double\"/>"
+    L"<Column ColumnId=\"q\" ValueType=\"double\"/>"
+    L"<Column ColumnId=\"RID\"/><Column ColumnId=\"STATUS\" ColumnwideValue=\"{len}\"/>";
+
+const WideString kRows =
+    L"<Row RowId=\"r1\"><Cell ColumnId=\"len\">3</Cell><Cell ColumnId=\"cnt\">3</Cell>"
+    L"<Cell ColumnId=\"w\">3</Cell><Cell ColumnId=\"ok\">yes</Cell>"
+    L"<Cell ColumnId=\"p\">{q}</Cell><Cell ColumnId=\"q\">{p}*2</Cell>"
+    L"<Cell ColumnId=\"RID\">r1</Cell><Cell ColumnId=\"STATUS\">{cnt}</Cell></Row>"
+    // The row's own texts win over the column formula: a literal, a formula, an empty text.
+    L"<Row RowId=\"r2\"><Cell ColumnId=\"len\">3</Cell><Cell ColumnId=\"twice\">10</Cell>"
+    L"<Cell ColumnId=\"plus\">{len}*3</Cell><Cell ColumnId=\"seven\"></Cell>"
+    L"<Cell ColumnId=\"nothing\">12.50</Cell></Row>";
+
+struct Read {
+    Result result;
+    WideString value;
+};
+
+Read ReadCell(CEncapFamilyTable& table, const wchar_t* row, const wchar_t* column) {
+    Read read{E::EvalOk, L"untouched"};
+    read.result = table.GetValue(row, column, read.value);
+    return read;
+}
+
+TEST(CellEvaluation, ValuesAndWhatTheHostIsAsked) {
+    const struct {
+        const wchar_t* row;
+        const wchar_t* column;
+        Result result;
+        const wchar_t* value; // "untouched" when the read gave none
+        const wchar_t* calls; // every call to the host during the read
+    } cases[] = {
+        // Unit words attached to references; the answer comes back from cm to the unit.
+        {L"r1", L"twice", E::EvalOk, L"6", L"Internal(mm) Evaluate(3mm*2|mm) Convert(0.6|cm|mm)"},
+        {L"r1", L"inch", E::EvalOk, L"0.23622047",
+         L"Internal(in) Evaluate(3mm*2|in) Convert(0.6|cm|in)"},
+        {L"r1", L"plus", E::EvalOk, L"6", L"Internal(ul) Evaluate(3ul*2|ul)"},
+        // Units that don't fit: the text without units is computed, never converted.
+        {L"r1", L"mixed", E::EvalUnitMismatch, L"6",
+         L"Internal(mm) Evaluate(3mm+3ul|mm) Evaluate(3+3|ul)"},
+        {L"r1", L"heavy", E::EvalExpressionFailed, L"untouched", L"Internal(kg)"},
+        {L"r1", L"never", E::EvalExpressionFailed, L"untouched",
+         L"Internal(ul) Evaluate(3mm*|ul) Evaluate(3*|ul)"},
+        // A unit word the host doesn't know fails the first attempt only.
+        {L"r1", L"wide", E::EvalUnitMismatch, L"6",
+         L"Internal(ul) Evaluate(3kg*2|ul) Evaluate(3*2|ul)"},
+        // A plain number stays as written, without the host; an Integer isn't checked.
+        {L"r1", L"seven", E::EvalOk, L"7.5", L""},
+        {L"r2", L"nothing", E::EvalOk, L"12.50", L""},
+        {L"r1", L"nothing", E::EvalOk, L"", L""}, // empty counts as a number
+        // The row's text wins over the column formula.
+        {L"r2", L"twice", E::EvalOk, L"10", L""},
+        {L"r2", L"plus", E::EvalOk, L"0.9", L"Internal(ul) Evaluate(3mm*3|ul)"},
+        {L"r2", L"seven", E::EvalOk, L"", L""},
+        // Strings: references without units, tokens unquoted; a lone quoted text keeps quotes.
+        {L"r1", L"name", E::EvalOk, L"M3x3", L""},
+        {L"r1", L"quoted", E::EvalOk, L"\"abc\"", L""},
+        // Only the last reference's code survives.
+        {L"r1", L"last0", E::EvalOk, L"63", L"Internal(mm) Evaluate(3mm+3ul|mm) Evaluate(3+3|ul)"},
+        {L"r1", L"last8", E::EvalUnitMismatch, L"36",
+         L"Internal(mm) Evaluate(3mm+3ul|mm) Evaluate(3+3|ul)"},
+        // Booleans are checked, not normalised.
+        {L"r1", L"flag", E::EvalOk, L"yes", L""},
+        {L"r1", L"ja", E::EvalTypeMismatch, L"untouched", L""},
+        {L"r1", L"noflag", E::EvalTypeMismatch, L"untouched", L""},
+        // Failures of the text itself.
+        {L"r1", L"unknown", E::EvalExpressionFailed, L"untouched", L""},
+        {L"r1", L"braces", E::EvalSyntaxError, L"untouched", L""},
+        {L"r1", L"zz", E::EvalExpressionFailed, L"untouched", L""},
+        // Loops: a column on itself, through another column, and through two cells.
+        {L"r1", L"self", E::EvalCircularDependency, L"untouched", L""},
+        {L"r1", L"outer", E::EvalCircularDependency, L"untouched", L""},
+        {L"r1", L"p", E::EvalCircularDependency, L"untouched", L""},
+        // The status answers its raw cell and is never evaluated.
+        {L"r1", L"Status", E::EvalOk, L"{cnt}", L""},
+    };
+    for (const auto& c : cases) {
+        // A family of its own for each read, so that nothing comes from the cache.
+        TestFamily f(FamilyXml(kColumns, kRows));
+        const Read read = ReadCell(f.Table(), c.row, c.column);
+        EXPECT_EQ(read.result, c.result) << c.row << " " << c.column;
+        EXPECT_EQ(read.value, c.value) << c.row << " " << c.column;
+        EXPECT_EQ(f.host->Log(), c.calls) << c.row << " " << c.column;
+        EXPECT_TRUE(f.Table().GetEvaluator()->GetCellsInProgress().empty());
+    }
+}
+
+TEST(CellEvaluation, StringDocumentsServeOnlyLocalizedColumns) {
+    // The string document holds a cell text and a formula for "twice", which the family doesn't
+    // localize: the family document's texts decide, and the values are kept in the language.
+    const WideString strings =
+        L"<FamilyStrings xml:lang=\"de-DE\"><Table><ColumnStrings ColumnId=\"twice\">"
+        L"<ColumnwideValue>{len}*5</ColumnwideValue>"
+        L"<Rows><CellString RowId=\"r2\">99</CellString></Rows></ColumnStrings></Table>"
+        L"</FamilyStrings>";
+    TestFamily f(FamilyXml(kColumns, kRows), false, {strings});
+    EXPECT_EQ(ReadCell(f.Table(), L"r1", L"twice").value, L"6");
+    EXPECT_EQ(ReadCell(f.Table(), L"r2", L"twice").value, L"10");
+    WideString cached;
+    EXPECT_EQ(f.Table().GetValueCache()->GetValue(L"r1", L"twice", L"de-DE", cached), 0);
+    EXPECT_EQ(cached, L"6");
+}
+
+TEST(CellEvaluation, CacheKeepsValuesButNotThoseWithoutUnits) {
+    TestFamily f(FamilyXml(kColumns, kRows));
+    CEncapFamilyTable& table = f.Table();
+    CTableValueCache& cache = *table.GetValueCache();
+    WideString cached;
+
+    EXPECT_EQ(ReadCell(table, L"r1", L"twice").value, L"6");
+    // The reference on the way is cached too.
+    EXPECT_EQ(cache.GetValue(L"r1", L"len", L"", cached), 0);
+    EXPECT_EQ(cached, L"3");
+    EXPECT_EQ(cache.GetValue(L"r1", L"twice", L"", cached), 0);
+    EXPECT_EQ(cached, L"6");
+    f.host->calls.clear();
+    EXPECT_EQ(ReadCell(table, L"r1", L"twice").value, L"6");
+    EXPECT_TRUE(f.host->calls.empty());
+
+    // The unitless value is delivered every time and never kept: each read asks the host again.
+    for (int i = 0; i < 2; ++i) {
+        f.host->calls.clear();
+        const Read read = ReadCell(table, L"r1", L"mixed");
+        EXPECT_EQ(read.result, E::EvalUnitMismatch);
+        EXPECT_EQ(read.value, L"6");
+        EXPECT_EQ(cache.GetValue(L"r1", L"mixed", L"", cached), 1);
+        EXPECT_EQ(f.host->calls.size(), 3u);
+    }
+
+    // A failed evaluation writes nothing.
+    ReadCell(table, L"r1", L"ja");
+    EXPECT_EQ(cache.GetValue(L"r1", L"ja", L"", cached), 1);
+}
+
+TEST(CellEvaluation, LocalizedFamilyUsesTheUserSeparator) {
+    if (!testing::LocaleInstalled("de_DE.UTF-8"))
+        GTEST_SKIP() << "de_DE.UTF-8 is not installed";
+    testing::ScopedEnvironment environment;
+    environment.ClearLocale();
+    environment.Set("LC_ALL", "de_DE.UTF-8");
+    const WideString columns =
+        L"<Column ColumnId=\"len\" ValueType=\"double\" UnitType=\"mm\"/>"
+        L"<Column ColumnId=\"half\" ValueType=\"double\" ColumnwideValue=\"1.5\"/>"
+        L"<Column ColumnId=\"area\" ValueType=\"double\" UnitType=\"mm\" "
+        L"ColumnwideValue=\"{len}*{half}\"/>"
+        L"<Column ColumnId=\"third\" ValueType=\"double\" UnitType=\"mm\" "
+        L"ColumnwideValue=\"{len}/3\"/>"
+        L"<Column ColumnId=\"count\" ValueType=\"integer\" ColumnwideValue=\"1.5\"/>";
+    const struct {
+        const wchar_t* row;
+        const wchar_t* column;
+        const wchar_t* value;
+        const wchar_t* evaluations;
+    } cases[] = {
+        {L"r1", L"len", L"12,50", L""},
+        {L"r2", L"len", L"1,5", L""},
+        {L"r1", L"half", L"1,5", L""},
+        {L"r1", L"count", L"1.5", L""}, // Integer literals are left alone
+        {L"r2", L"area", L"2,25", L"Evaluate(1,5mm*1,5ul|mm)"},
+        // Only 6 digits survive the conversion.
+        {L"r1", L"third", L"4,16667", L"Evaluate(12,50mm/3|mm)"},
+    };
+    for (const auto& c : cases) {
+        TestFamily f(FamilyXml(columns, L"<Row RowId=\"r1\"><Cell ColumnId=\"len\">12.50</Cell>"
+                                        L"</Row><Row RowId=\"r2\"><Cell ColumnId=\"len\">1,5"
+                                        L"</Cell></Row>"),
+                     true);
+        const Read read = ReadCell(f.Table(), c.row, c.column);
+        EXPECT_EQ(read.result, E::EvalOk) << c.row << " " << c.column;
+        EXPECT_EQ(read.value, c.value) << c.row << " " << c.column;
+        EXPECT_EQ(f.host->Log(L"Evaluate("), c.evaluations) << c.column;
+    }
+}
+
+TEST(CellEvaluation, RangeColumnsTakeChosenValueDefaultOrMinimum) {
+    const WideString columns =
+        L"<Column ColumnId=\"len\" ValueType=\"double\" UnitType=\"mm\"/>"
+        L"<Column ColumnId=\"a\" ValueType=\"double\" Custom=\"true\" "
+        L"ColumnwideValue=\"[1;10;1;]\"/>"
+        L"<Column ColumnId=\"b\" ValueType=\"double\" Custom=\"true\" "
+        L"ColumnwideValue=\"[ 1 ; 10 ; ; 5 ]\"/>"
+        L"<Column ColumnId=\"c\" ValueType=\"double\" UnitType=\"mm\" Custom=\"true\" "
+        L"ColumnwideValue=\"[{len}*2;100;;]\"/>"
+        L"<Column ColumnId=\"d\" ValueType=\"double\" UnitType=\"mm\" Custom=\"true\" "
+        L"ColumnwideValue=\"8\"/>"
+        L"<Column ColumnId=\"e\" ValueType=\"double\" ColumnwideValue=\"[1;10;1;4]\"/>";
+    const struct {
+        const wchar_t* column;
+        std::map<WideString, WideString> chosen;
+        Result result;
+        const wchar_t* value;
+    } cases[] = {
+        {L"a", {}, E::EvalOk, L"1"},
+        {L"b", {}, E::EvalOk, L"5"},
+        {L"c", {}, E::EvalOk, L"6"},
+        {L"d", {}, E::EvalOk, L"8"}, // no range: the text as it is
+        {L"b", {{L"b", L"7"}}, E::EvalOk, L"7"},
+        {L"b", {{L"B", L"7"}}, E::EvalOk, L"5"}, // chosen ids compare exactly
+        {L"d", {{L"d", L"{len}"}}, E::EvalOk, L"3"},
+        // Not a range column: the range text goes to the host, which refuses it.
+        {L"e", {}, E::EvalExpressionFailed, L"untouched"},
+    };
+    for (const auto& c : cases) {
+        TestFamily f(FamilyXml(columns, L"<Row RowId=\"r\"><Cell ColumnId=\"len\">3</Cell></Row>"));
+        f.Table().SetRangeColumnValues(c.chosen);
+        const Read read = ReadCell(f.Table(), L"r", c.column);
+        EXPECT_EQ(read.result, c.result) << c.column;
+        EXPECT_EQ(read.value, c.value) << c.column;
+    }
+}
+
+TEST(CellEvaluation, MaterialLiteralsAreNamedByTheHost) {
+    TestFamily f(FamilyXml(L"<Column ColumnId=\"mat\" ColumnwideValue=\"ST\"/>"
+                           L"<Column ColumnId=\"len\" ValueType=\"double\"/>",
+                           L"<Row RowId=\"r1\"/><Row RowId=\"r2\"><Cell ColumnId=\"mat\">"
+                           L"AL{len}</Cell><Cell ColumnId=\"len\">2</Cell></Row>"));
+    CEncapFamilyTable& table = f.Table();
+    table.GetFamilyColumnByID(L"mat")->SetColumnType(CEncapFamilyColumn::ColumnTypeMaterial);
+    EXPECT_EQ(ReadCell(table, L"r1", L"mat").value, L"<ST>");
+    EXPECT_EQ(ReadCell(table, L"r2", L"mat").value, L"<AL>2");
+    EXPECT_EQ(f.host->Log(L"Material("), L"Material(ST) Material(AL)");
+    EXPECT_EQ(table.GetMaterialName(L"CU"), L"<CU>");
+    EXPECT_EQ(table.GetMaterialRefKey(L"CU"), L"ref:CU");
+}
+
+TEST(CellEvaluation, HostExceptionsPassThroughAndLeaveNoCellInProgress) {
+    TestFamily f(FamilyXml(kColumns, kRows));
+    CEncapFamilyTable& table = f.Table();
+    f.host->throwOn = L"3mm*2";
+    WideString value;
+    EXPECT_THROW(table.GetValue(L"r1", L"twice", value), std::runtime_error);
+    EXPECT_THROW(table.GetValue(L"r1", L"twice", value), std::runtime_error); // not a loop
+    EXPECT_TRUE(table.GetEvaluator()->GetCellsInProgress().empty());
+    WideString out = L"untouched";
+    EXPECT_THROW(table.Evaluate(L"{len}mm*2", DataTypes::FormulaExpression, DataTypes::DataReal,
+                                L"r1", L"mm", out),
+                 std::runtime_error);
+    f.host->throwOn.clear();
+    EXPECT_EQ(ReadCell(table, L"r1", L"twice").value, L"6");
+}
+
+TEST(CellEvaluation, PositiveHostStatusIsSuccessForCellsOnly) {
+    TestFamily f(FamilyXml(kColumns, kRows));
+    f.host->successStatus = 1;
+    EXPECT_EQ(ReadCell(f.Table(), L"r1", L"twice").value, L"6");
+    WideString out = L"untouched";
+    EXPECT_EQ(f.Table().Evaluate(L"{len}*2", DataTypes::FormulaExpression, DataTypes::DataReal,
+                                 L"r1", L"mm", out),
+              E::EvalTypeMismatch);
+    EXPECT_EQ(out, L"untouched");
+}
+
+TEST(CellEvaluation, FreeExpressionsForARow) {
+    const struct {
+        const wchar_t* text;
+        DataTypes::ColumnFormulaType type;
+        DataTypes::ColumnDataType dataType;
+        const wchar_t* unit;
+        Result result;
+        const wchar_t* value;
+        const wchar_t* calls;
+    } cases[] = {
+        // References keep no unit word; one in another unit is converted first.
+        {L"{len}*2", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm", E::EvalOk, L"6",
+         L"Evaluate(3*2|mm) Convert(0.6|cm|mm)"},
+        {L"{len}*2", DataTypes::FormulaExpression, DataTypes::DataReal, L"cm", E::EvalOk, L"0.6",
+         L"Convert(3|mm|cm) Evaluate(0.3*2|cm)"},
+        {L"{len}*{cnt}", DataTypes::FormulaExpression, DataTypes::DataReal, L"", E::EvalOk, L"9",
+         L"Evaluate(3*3|) Convert(9|cm|)"},
+        {L"{len}", DataTypes::FormulaExpression, DataTypes::DataInteger, L"mm", E::EvalOk, L"3",
+         L""},
+        {L"{len}+", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm",
+         E::EvalExpressionFailed, L"untouched", L"Evaluate(3+|mm)"},
+        // Ranges give their default, or their minimum.
+        {L"[1;10;;4]", DataTypes::FormulaRange, DataTypes::DataReal, L"mm", E::EvalOk, L"4", L""},
+        {L"[{len}+1;10;;]", DataTypes::FormulaRange, DataTypes::DataReal, L"mm", E::EvalOk, L"4",
+         L"Evaluate(3+1|mm) Convert(0.4|cm|mm)"},
+        {L"4", DataTypes::FormulaRange, DataTypes::DataReal, L"mm", E::EvalInvalidRange,
+         L"untouched", L""},
+        // A reference's 8 stops here.
+        {L"{mixed}", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm", E::EvalUnitMismatch,
+         L"untouched", L"Internal(mm) Evaluate(3mm+3ul|mm) Evaluate(3+3|ul)"},
+        {L"{nope}", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm",
+         E::EvalExpressionFailed, L"untouched", L""},
+        {L"{len", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm", E::EvalSyntaxError,
+         L"untouched", L""},
+        {L"\"a\" & {len}", DataTypes::FormulaExpression, DataTypes::DataString, L"mm", E::EvalOk,
+         L"a3", L""},
+        {L"{ok}", DataTypes::FormulaExpression, DataTypes::DataBoolean, L"", E::EvalOk, L"yes",
+         L""},
+        {L"maybe", DataTypes::FormulaExpression, DataTypes::DataBoolean, L"", E::EvalTypeMismatch,
+         L"untouched", L""},
+        {L"ST", DataTypes::FormulaMaterial, DataTypes::DataString, L"", E::EvalOk, L"<ST>",
+         L"Material(ST)"},
+    };
+    for (const auto& c : cases) {
+        TestFamily f(FamilyXml(kColumns, kRows));
+        WideString out = L"untouched";
+        EXPECT_EQ(f.Table().Evaluate(c.text, c.type, c.dataType, L"r1", c.unit, out), c.result)
+            << c.text << " " << c.unit;
+        EXPECT_EQ(out, c.value) << c.text << " " << c.unit;
+        EXPECT_EQ(f.host->Log(), c.calls) << c.text << " " << c.unit;
+    }
+}
+
+TEST(CellEvaluation, EvaluateInUnitCachesTheConvertedValue) {
+    TestFamily f(FamilyXml(kColumns, kRows));
+    CTableEvaluator& evaluator = *f.Table().GetEvaluator();
+    EXPECT_EQ(evaluator.EvaluateInUnit(L"r1", L"twice", L"", L"cm"), E::EvalOk);
+    EXPECT_EQ(ReadCell(f.Table(), L"r1", L"twice").value, L"0.6");
+    // The column's own unit or none: the value stays.
+    EXPECT_EQ(evaluator.EvaluateInUnit(L"r1", L"inch", L"", L"in"), E::EvalOk);
+    EXPECT_EQ(ReadCell(f.Table(), L"r1", L"inch").value, L"0.23622047");
+    EXPECT_EQ(evaluator.EvaluateInUnit(L"r1", L"mixed", L"", L"cm"), E::EvalUnitMismatch);
+}
+
+TEST(CellEvaluation, LongChainsEvaluateUpToTheNestingBound) {
+    // c0 = 1, c<i> = {c<i-1>}: a chain as long as the bound allows, and one beyond it.
+    const size_t length = CTableEvaluator::kMaxNestedEvaluations + 10;
+    WideString columns = L"<Column ColumnId=\"c0\" ColumnwideValue=\"1\"/>";
+    for (size_t i = 1; i < length; ++i)
+        columns += L"<Column ColumnId=\"c" + std::to_wstring(i) + L"\" ColumnwideValue=\"{c" +
+                   std::to_wstring(i - 1) + L"}\"/>";
+    TestFamily f(FamilyXml(columns, L"<Row RowId=\"r\"/>"));
+    const WideString last = L"c" + std::to_wstring(length - 1);
+    const WideString middle = L"c" + std::to_wstring(length / 2);
+    EXPECT_EQ(ReadCell(f.Table(), L"r", last.c_str()).result, E::EvalCircularDependency);
+    EXPECT_TRUE(f.Table().GetEvaluator()->GetCellsInProgress().empty());
+    // With the first half cached, the rest is within the bound.
+    EXPECT_EQ(ReadCell(f.Table(), L"r", middle.c_str()).value, L"1");
+    EXPECT_EQ(ReadCell(f.Table(), L"r", last.c_str()).value, L"1");
+}
+
+} // namespace
+} // namespace torvex
