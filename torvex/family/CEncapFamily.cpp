@@ -136,19 +136,33 @@ void CEncapFamily::GetCopyFrom(WideString& out) const {
     m_familyXml.GetRootNode().GetProperty(FamilyNames::AttrFromSource, out);
 }
 
-// Family properties and localisation are not built yet: the operations below are what the
-// table and its columns call, and they read and write no string document and no constant.
+// Family properties and the writing side of localisation are not built yet: the writes below
+// are what the table and its columns call, and they change no string document and no constant.
+// The localized reads answer from the string documents.
 
 void CEncapFamily::SetCatParamConstValue(const wchar_t*, const wchar_t*) {}
 
-long CEncapFamily::GetLocalizedColumnPropertyValue(const wchar_t*, const wchar_t*, const wchar_t*,
-                                                   WideString&) const {
-    return 1;
+long CEncapFamily::GetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
+                                                   const wchar_t* language, WideString& out) const {
+    // Table/ColumnStrings[@ColumnId="<id>"]/<property> under the language's root.
+    XMLParser strings;
+    if (!property || !columnId || !m_stringDocuments.Lookup(language ? language : L"", strings))
+        return 1;
+    const WideString path = WideString(FamilyNames::ElemTable) + L"/" +
+                            FamilyNames::ElemColumnStrings + L"[@" + FamilyNames::AttrColumnId +
+                            L"=\"" + columnId + L"\"]/" + property;
+    XMLNode node;
+    if (!strings.GetRootNode().GetChildNode(path.c_str(), node))
+        return 1;
+    node.GetNodeText(out);
+    return 0;
 }
 
-long CEncapFamily::GetLocalizedColumnPropertyValue(const wchar_t*, const wchar_t*,
-                                                   WideString&) const {
-    return 1;
+long CEncapFamily::GetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
+                                                   WideString& out) const {
+    WideString language;
+    GetActualLanguage(language);
+    return GetLocalizedColumnPropertyValue(property, columnId, language.c_str(), out);
 }
 
 void CEncapFamily::SetLocalizedColumnPropertyValue(const wchar_t*, const wchar_t*, const wchar_t*,
@@ -157,9 +171,21 @@ void CEncapFamily::SetLocalizedColumnPropertyValue(const wchar_t*, const wchar_t
 void CEncapFamily::SetLocalizedColumnPropertyValue(const wchar_t*, const wchar_t*, const wchar_t*) {
 }
 
-long CEncapFamily::GetLocalizedCellValue(const wchar_t*, const wchar_t*, const wchar_t*,
-                                         WideString&) const {
-    return 1;
+long CEncapFamily::GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                                         const wchar_t* language, WideString& out) const {
+    // Table/ColumnStrings[@ColumnId="<id>"]/Rows/CellString[@RowId="<row>"] under the root.
+    XMLParser strings;
+    if (!rowId || !columnId || !m_stringDocuments.Lookup(language ? language : L"", strings))
+        return 1;
+    const WideString path =
+        WideString(FamilyNames::ElemTable) + L"/" + FamilyNames::ElemColumnStrings + L"[@" +
+        FamilyNames::AttrColumnId + L"=\"" + columnId + L"\"]/" + FamilyNames::ElemRows + L"/" +
+        FamilyNames::ElemCellString + L"[@" + FamilyNames::AttrRowId + L"=\"" + rowId + L"\"]";
+    XMLNode node;
+    if (!strings.GetRootNode().GetChildNode(path.c_str(), node))
+        return 1;
+    node.GetNodeText(out);
+    return 0;
 }
 
 void CEncapFamily::SetLocalizedCellValue(const wchar_t*, const wchar_t*, const wchar_t*,

@@ -66,8 +66,8 @@ public:
     /// nothing.
     void SetCatParamConstValue(const wchar_t* name, const wchar_t* value);
 
-    /// Localized column property (Title or ColumnwideValue) in the language: 0 found, 1 not.
-    /// Not built yet (localisation): always 1, `out` untouched.
+    /// Localized column property (Title or ColumnwideValue) in the language: 0 found, 1 for an
+    /// unknown language or no such element (`out` untouched).
     long GetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
                                          const wchar_t* language, WideString& out) const;
     /// The same in the actual language.
@@ -95,7 +95,8 @@ private:
     /// Lets the mapping set the column's flags and binding; nothing without a mapping.
     void InitializeColumnData(CEncapFamilyColumn* column);
 
-    /// Localized cell text: 0 found, 1 not. Not built yet (localisation): always 1.
+    /// Localized cell text (CellString) in the language: 0 found, 1 for an unknown language or
+    /// no such element (`out` untouched).
     long GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
                                const wchar_t* language, WideString& out) const;
     /// Writes a localized cell text. Not built yet (localisation): writes nothing.
