@@ -1,6 +1,10 @@
 #pragma once
 // The commands of the torvex tool. Each writes its result to `out` and one-line messages to
-// `err`, and returns the process exit code.
+// `err`, and returns the process exit code:
+//   0 success; 1 a file cannot be read, a document does not open, or (check) a formula has a
+//   problem; 2 a usage error; 3 (table) at least one cell failed to evaluate.
+
+#include "FamilyFile.h"
 
 #include <cstddef>
 #include <ostream>
@@ -9,13 +13,39 @@
 
 namespace torvex::cli {
 
+enum ExitCode : int { kExitOk = 0, kExitFailed = 1, kExitUsage = 2, kExitCellsFailed = 3 };
+
 struct ShowOptions {
-    std::string familyPath;
-    std::vector<std::string> stringPaths;
+    FamilyInput input;
     size_t width = 0; // 0: the terminal's width
 };
 
-/// `torvex show`: 0 on success, 1 when a file cannot be read or the family does not open.
+struct TableOptions {
+    FamilyInput input;
+    std::string format = "text"; // text, csv or json
+    bool raw = false;            // raw cell texts instead of evaluated values
+    std::string materials;       // materials table for the provider; empty: none
+    size_t width = 0;            // 0: the terminal's width
+};
+
+struct CheckOptions {
+    FamilyInput input;
+};
+
+struct GraphOptions {
+    FamilyInput input;
+};
+
+/// `torvex show`: columns and raw rows. 0, or 1 when the family does not open.
 int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex table`: every cell evaluated. 0, 1 when the family does not open, 3 when a cell
+/// failed.
+int RunTable(const TableOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex check`: every column formula checked. 0, or 1 when the family does not open or a
+/// formula has a problem.
+int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex graph`: the column dependency graph as Graphviz DOT. 0, or 1 when the family does
+/// not open.
+int RunGraph(const GraphOptions& options, std::ostream& out, std::ostream& err);
 
 } // namespace torvex::cli

@@ -8,14 +8,30 @@
 #include <string>
 #include <vector>
 
+namespace torvex {
+class CEncapFamilyRow;
+}
+
 namespace torvex::cli {
 
-/// Opens the family; null with a one-line message in `error` when a file cannot be read or the
-/// family document does not open. The family takes the provider over in every case.
-std::unique_ptr<CEncapFamily> OpenFamily(const std::string& familyPath,
-                                         const std::vector<std::string>& stringPaths,
+/// What names a family on the command line.
+struct FamilyInput {
+    std::string familyPath;
+    std::vector<std::string> stringPaths;
+    /// Language tag whose string document goes first (the actual language); empty: as given.
+    std::string language;
+};
+
+/// Opens the family; null with a one-line message in `error` when a file cannot be read, a
+/// document does not parse or no string document has the asked language. The family takes the
+/// provider over in every case.
+std::unique_ptr<CEncapFamily> OpenFamily(const FamilyInput& input,
                                          std::unique_ptr<IEvaluatorProvider> provider,
                                          std::string& error);
+
+/// The row's own Cell text for the column, or the column-wide value that rows without one share.
+WideString RawCellText(CEncapFamilyRow& row, const WideString& columnId,
+                       const WideString& columnwideValue);
 
 /// UTF-8 text of wide text.
 std::string Narrow(const WideString& text);

@@ -38,25 +38,11 @@ std::string ColumnFlags(const CEncapFamilyColumn& column, const WideString& form
     return flags;
 }
 
-// The row's own Cell text, or the text that the column gives every row without one.
-std::string RawCell(CEncapFamilyRow& row, const WideString& columnId,
-                    const WideString& columnwideValue) {
-    XMLNode cell;
-    const WideString path = L"Cell[@ColumnId=\"" + columnId + L"\"]";
-    WideString text;
-    if (row.GetXMLNode().GetChildNode(path.c_str(), cell)) {
-        cell.GetNodeText(text);
-        return Narrow(text);
-    }
-    return Narrow(columnwideValue);
-}
-
 } // namespace
 
 int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err) {
     std::string error;
-    auto family = OpenFamily(options.familyPath, options.stringPaths,
-                             std::make_unique<NoExpressionProvider>(), error);
+    auto family = OpenFamily(options.input, std::make_unique<NoExpressionProvider>(), error);
     if (!family) {
         err << "torvex: " << error << '\n';
         return 1;
@@ -66,7 +52,7 @@ int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err) {
 
     WideString language;
     family->GetActualLanguage(language);
-    out << options.familyPath << ": " << table.GetColumnsCount() << " columns, "
+    out << options.input.familyPath << ": " << table.GetColumnsCount() << " columns, "
         << table.GetRowsCount() << " rows";
     if (!language.empty())
         out << ", language " << Narrow(language);
@@ -102,7 +88,7 @@ int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err) {
             continue;
         std::vector<std::string> cells{std::to_string(r + 1) + (row->IsSuppressed() ? "*" : "")};
         for (size_t c = 0; c < ids.size(); ++c)
-            cells.push_back(RawCell(*row, ids[c], columnwide[c]));
+            cells.push_back(Narrow(RawCellText(*row, ids[c], columnwide[c])));
         rows.AddRow(std::move(cells));
     }
     out << '\n';

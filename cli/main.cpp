@@ -1,4 +1,4 @@
-// torvex: opens catalogue families from the command line.
+// torvex: opens, shows and evaluates families of a catalogue of standard parts.
 
 #include "Commands.h"
 
@@ -6,34 +6,76 @@
 
 #include <iostream>
 
+namespace {
+
+void AddFamilyOptions(CLI::App* command, torvex::cli::FamilyInput& input, bool language) {
+    command->add_option("family", input.familyPath, "Family document (XML)")->required();
+    command->add_option("--strings,-s", input.stringPaths,
+                        "String document of one language (repeatable; the first is the actual "
+                        "language unless --lang says otherwise)");
+    if (language)
+        command->add_option("--lang,-l", input.language,
+                            "Language tag whose string document is the actual language");
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
+    using namespace torvex::cli;
     CLI::App app{"torvex: open, show and evaluate families of a catalogue of standard parts"};
     app.require_subcommand(1);
-    app.set_help_all_flag("--help-all", "Print help for every command");
+    app.footer("Exit codes: 0 success; 1 a file cannot be read, a document does not open or "
+               "(check) a formula has a problem; 2 usage error; 3 (table) a cell failed to "
+               "evaluate.");
 
-    torvex::cli::ShowOptions show;
+    ShowOptions show;
     CLI::App* showCommand =
         app.add_subcommand("show", "Print a family's columns and its rows with raw cell values");
-    showCommand->add_option("family", show.familyPath, "Family document (XML)")->required();
-    showCommand->add_option("--strings,-s", show.stringPaths,
-                            "String document of one language (repeatable; the first is the "
-                            "actual language)");
+    AddFamilyOptions(showCommand, show.input, true);
     showCommand->add_option("--width,-w", show.width,
                             "Width of the output in characters (default: the terminal's)");
+
+    TableOptions table;
+    CLI::App* tableCommand = app.add_subcommand(
+        "table", "Print a family's rows with every cell evaluated by the reference host");
+    AddFamilyOptions(tableCommand, table.input, true);
+    tableCommand->add_option("--format,-f", table.format, "Output format")
+        ->check(CLI::IsMember({"text", "csv", "json"}));
+    tableCommand->add_flag("--raw", table.raw, "Raw cell texts instead of evaluated values");
+    tableCommand->add_option("--materials,-m", table.materials,
+                             "Materials table for material names (see examples/materials.tsv)");
+    tableCommand->add_option("--width,-w", table.width,
+                             "Width of text output in characters (default: the terminal's)");
+
+    CheckOptions check;
+    CLI::App* checkCommand =
+        app.add_subcommand("check", "Check every column formula; report each problem");
+    AddFamilyOptions(checkCommand, check.input, false);
+
+    GraphOptions graph;
+    CLI::App* graphCommand = app.add_subcommand(
+        "graph", "Print the column dependency graph in Graphviz DOT (render with dot -Tsvg)");
+    AddFamilyOptions(graphCommand, graph.input, false);
 
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         // Help is no error; every other word the parser refuses is a usage error.
-        return app.exit(e) == 0 ? 0 : 2;
+        return app.exit(e) == 0 ? kExitOk : kExitUsage;
     }
 
     try {
         if (showCommand->parsed())
-            return torvex::cli::RunShow(show, std::cout, std::cerr);
+            return RunShow(show, std::cout, std::cerr);
+        if (tableCommand->parsed())
+            return RunTable(table, std::cout, std::cerr);
+        if (checkCommand->parsed())
+            return RunCheck(check, std::cout, std::cerr);
+        if (graphCommand->parsed())
+            return RunGraph(graph, std::cout, std::cerr);
     } catch (const std::exception& e) {
         std::cerr << "torvex: " << e.what() << '\n';
-        return 2;
+        return kExitFailed;
     }
-    return 0;
+    return kExitOk;
 }

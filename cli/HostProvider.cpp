@@ -1,0 +1,26 @@
+#include "HostProvider.h"
+
+#include "host/CHostStatus.h"
+#include "host/CMaterialTable.h"
+#include "host/CUnitsEvaluatorProvider.h"
+#include "torvex/platform/Utf16.h"
+
+namespace torvex::cli {
+
+std::unique_ptr<IEvaluatorProvider> MakeUnitsProvider(const std::string& materialsPath,
+                                                      std::ostream& err, std::string& error) {
+    auto materials = std::make_shared<CMaterialTable>();
+    if (!materialsPath.empty()) {
+        const int32_t status = materials->LoadFile(platform::FromUtf8(materialsPath));
+        if (status < 0) {
+            error = "cannot read the materials table " + materialsPath + ": " +
+                    platform::ToUtf8(CHostStatus::Describe(status));
+            return nullptr;
+        }
+        for (size_t line : materials->SkippedLines())
+            err << "torvex: " << materialsPath << ":" << line << ": line skipped\n";
+    }
+    return std::make_unique<CUnitsEvaluatorProvider>(materials);
+}
+
+} // namespace torvex::cli

@@ -1,0 +1,17 @@
+#pragma once
+// The reference host's provider for the commands that evaluate.
+
+#include "torvex/evaluation/IEvaluatorProvider.h"
+
+#include <memory>
+#include <ostream>
+#include <string>
+
+namespace torvex::cli {
+
+/// A units provider with the materials table of `materialsPath` (none when empty); null with a
+/// message in `error` when the table cannot be read. Malformed lines are reported on `err`.
+std::unique_ptr<IEvaluatorProvider> MakeUnitsProvider(const std::string& materialsPath,
+                                                      std::ostream& err, std::string& error);
+
+} // namespace torvex::cli
