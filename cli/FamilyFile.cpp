@@ -4,6 +4,7 @@
 
 #include "torvex/family/CEncapFamilyRow.h"
 #include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/platform/AsciiText.h"
 #include "torvex/platform/Utf16.h"
 #include "torvex/xml/XMLParser.h"
 
@@ -17,13 +18,6 @@ WideString LanguageOf(const std::wstring& stringDocument) {
     WideString language;
     parser.GetRootNode().GetProperty(L"xml:lang", language);
     return language;
-}
-
-bool SameIgnoringCase(const WideString& a, const WideString& b) {
-    auto lower = [](wchar_t c) { return (c >= L'A' && c <= L'Z') ? wchar_t(c + 32) : c; };
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [&](wchar_t x, wchar_t y) { return lower(x) == lower(y); });
 }
 
 } // namespace
@@ -51,7 +45,7 @@ std::unique_ptr<CEncapFamily> OpenFamily(const FamilyInput& input,
         auto match = strings.end();
         for (auto it = strings.begin(); it != strings.end(); ++it) {
             const WideString language = LanguageOf(*it);
-            if (match == strings.end() && SameIgnoringCase(language, wanted))
+            if (match == strings.end() && platform::EqualsIgnoringAsciiCase(language, wanted))
                 match = it;
             known += (known.empty() ? "" : ", ") + Narrow(language);
         }

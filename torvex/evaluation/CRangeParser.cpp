@@ -1,5 +1,6 @@
 #include "torvex/evaluation/CRangeParser.h"
 
+#include "torvex/platform/AsciiText.h"
 #include "torvex/text/CStringUtil.h"
 
 #include <algorithm>
@@ -13,18 +14,8 @@ constexpr wchar_t kClose = L']';
 constexpr wchar_t kSeparator = L';';
 
 // White space as the "C" locale has it, whatever the process locale is.
-bool IsBlank(wchar_t c) {
-    return c == L' ' || c == L'\t' || c == L'\n' || c == L'\v' || c == L'\f' || c == L'\r';
-}
-
 WideString Trimmed(const WideString& text) {
-    size_t first = 0;
-    size_t last = text.size();
-    while (first < last && IsBlank(text[first]))
-        ++first;
-    while (last > first && IsBlank(text[last - 1]))
-        --last;
-    return text.substr(first, last - first);
+    return platform::TrimCSpace(text);
 }
 
 // The text strictly between two delimiter positions, trimmed.

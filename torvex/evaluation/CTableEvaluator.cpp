@@ -6,6 +6,7 @@
 #include "torvex/family/CEncapFamily.h"
 #include "torvex/family/CEncapFamilyColumn.h"
 #include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/platform/AsciiText.h"
 #include "torvex/platform/NumberText.h"
 #include "torvex/text/CStringUtil.h"
 
@@ -24,18 +25,8 @@ const wchar_t* Text(const wchar_t* text) {
 }
 
 // White space as the "C" locale has it, whatever the process locale is.
-bool IsBlank(wchar_t c) {
-    return c == L' ' || c == L'\t' || c == L'\n' || c == L'\v' || c == L'\f' || c == L'\r';
-}
-
 WideString Trimmed(const WideString& text) {
-    size_t first = 0;
-    size_t last = text.size();
-    while (first < last && IsBlank(text[first]))
-        ++first;
-    while (last > first && IsBlank(text[last - 1]))
-        --last;
-    return text.substr(first, last - first);
+    return platform::TrimCSpace(text);
 }
 
 WideString UnitOrNone(const WideString& unit) {

@@ -1,5 +1,7 @@
 #include "torvex/platform/NumberText.h"
 
+#include "torvex/platform/AsciiText.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -15,22 +17,16 @@ std::wstring Widen(const char* begin, const char* end) {
     return std::wstring(begin, end);
 }
 
-bool IsCSpace(wchar_t c) {
-    return c == L' ' || c == L'\t' || c == L'\n' || c == L'\v' || c == L'\f' || c == L'\r';
-}
 bool IsDigit(wchar_t c) {
     return c >= L'0' && c <= L'9';
 }
 bool IsHexDigit(wchar_t c) {
     return IsDigit(c) || (c >= L'a' && c <= L'f') || (c >= L'A' && c <= L'F');
 }
-wchar_t Lower(wchar_t c) {
-    return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c;
-}
 
 bool MatchWordNoCase(const wchar_t* p, const char* word) {
     for (; *word; ++p, ++word)
-        if (Lower(*p) != *word)
+        if (AsciiLower(*p) != *word)
             return false;
     return true;
 }
@@ -126,7 +122,7 @@ double ParseLeadingDouble(const wchar_t* text, size_t* consumed) {
         end = p + 3;
         if (*end == L'(') {
             const wchar_t* q = end + 1;
-            while (IsDigit(*q) || (Lower(*q) >= L'a' && Lower(*q) <= L'z') || *q == L'_')
+            while (IsDigit(*q) || (AsciiLower(*q) >= L'a' && AsciiLower(*q) <= L'z') || *q == L'_')
                 ++q;
             if (*q == L')')
                 end = q + 1;
@@ -147,7 +143,7 @@ double ParseLeadingDouble(const wchar_t* text, size_t* consumed) {
         if (!any)
             return 0.0;
         const wchar_t exponentLetter = hex ? L'p' : L'e';
-        if (Lower(*q) == exponentLetter) {
+        if (AsciiLower(*q) == exponentLetter) {
             const wchar_t* e = q + 1;
             if (*e == L'+' || *e == L'-')
                 ++e;

@@ -1,5 +1,6 @@
 #include "torvex/text/CStringUtil.h"
 
+#include "torvex/platform/AsciiText.h"
 #include "torvex/platform/Guid.h"
 #include "torvex/platform/NumberText.h"
 #include "torvex/platform/UserLocale.h"
@@ -10,36 +11,17 @@
 namespace torvex {
 namespace {
 
-// White space of the "C" locale, independent of the process locale.
-bool IsBlank(wchar_t c) {
-    return c == L' ' || c == L'\t' || c == L'\n' || c == L'\v' || c == L'\f' || c == L'\r';
-}
-
 bool IsDigit(wchar_t c) {
     return c >= L'0' && c <= L'9';
 }
 
 void Trim(WideString& text) {
-    size_t end = text.size();
-    while (end > 0 && IsBlank(text[end - 1]))
-        --end;
-    size_t begin = 0;
-    while (begin < end && IsBlank(text[begin]))
-        ++begin;
-    text = text.substr(begin, end - begin);
+    text = platform::TrimCSpace(text);
 }
 
 // Only ASCII letters fold, so no locale can make another letter equal a logical word.
-wchar_t AsciiUpper(wchar_t c) {
-    return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - 32) : c;
-}
-
 bool EqualsNoCase(const WideString& a, const wchar_t* b) {
-    size_t i = 0;
-    for (; i < a.size() && b[i]; ++i)
-        if (AsciiUpper(a[i]) != AsciiUpper(b[i]))
-            return false;
-    return i == a.size() && !b[i];
+    return platform::EqualsIgnoringAsciiCase(a, b);
 }
 
 void ReplaceAll(WideString& text, wchar_t from, wchar_t to) {

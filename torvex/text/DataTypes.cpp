@@ -1,5 +1,7 @@
 #include "torvex/text/DataTypes.h"
 
+#include "torvex/platform/AsciiText.h"
+
 #include <cstddef>
 #include <memory>
 
@@ -8,18 +10,8 @@ namespace {
 
 // Case folding of the stored words is ASCII-only: no locale may make another letter equal one
 // of them.
-wchar_t AsciiLower(wchar_t c) {
-    return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c;
-}
-
-bool EqualsNoCase(const WideString& a, const WideString& b) {
-    if (a.size() != b.size())
-        return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (AsciiLower(a[i]) != AsciiLower(b[i]))
-            return false;
-    return true;
-}
+using platform::AsciiLower;
+using platform::EqualsIgnoringAsciiCase;
 
 WideString TextAt(const WideStringList& list, DataTypes::ColumnDataType type) {
     // Taken as unsigned, a negative value lies beyond the list as well.
@@ -43,7 +35,7 @@ DataTypes::ColumnDataType DataTypes::DataTypeStr2Num(const WideString& type) {
         c = AsciiLower(c);
     const std::unique_ptr<const WideStringList> types(GetTypes());
     for (size_t i = 0; i < types->size(); ++i)
-        if (EqualsNoCase(lower, (*types)[i]))
+        if (EqualsIgnoringAsciiCase(lower, (*types)[i]))
             return static_cast<ColumnDataType>(i);
     return DataString;
 }
