@@ -1,12 +1,18 @@
 #pragma once
 // Helpers shared by the family tests: a host provider that answers nothing and counts its
-// deletion, a family opened from text, and the serialised form of a node.
+// deletion, a family opened from text, the serialised form of a node, and a fresh folder for
+// cache files.
 
 #include "torvex/evaluation/IEvaluatorProvider.h"
 #include "torvex/family/CEncapFamily.h"
+#include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/platform/Files.h"
+#include "torvex/platform/Guid.h"
 #include "torvex/xml/XMLNode.h"
 #include "torvex/xml/XMLParser.h"
 
+#include <cstddef>
+#include <filesystem>
 #include <memory>
 
 namespace torvex::test {
@@ -42,6 +48,35 @@ inline WideString RootXml(const CEncapFamily& family) {
     WideString xml;
     family.GetFamilyXML().GetRootNode().GetXml(xml);
     return xml;
+}
+
+// The family's FamilyTable element serialised.
+inline WideString TableXml(const CEncapFamily& family) {
+    WideString xml;
+    family.GetEncapFamilyTable()->GetXMLNode().GetXml(xml);
+    return xml;
+}
+
+// A new empty folder under the temporary folder; the caller removes it.
+inline std::filesystem::path FreshDirectory() {
+    const std::filesystem::path dir =
+        std::filesystem::path(platform::TempDirectory()) /
+        (L"torvex-family-" + platform::FormatGuidBraced(platform::NewGuid()));
+    std::filesystem::create_directories(dir);
+    return dir;
+}
+
+// Number of table cache files in the folder.
+inline size_t CacheFilesIn(const std::filesystem::path& dir) {
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+        const std::wstring name = entry.path().filename().wstring();
+        count += name.rfind(L"TableCache_", 0) == 0 && name.size() > 4 &&
+                         name.compare(name.size() - 4, 4, L".dat") == 0
+                     ? 1
+                     : 0;
+    }
+    return count;
 }
 
 } // namespace torvex::test

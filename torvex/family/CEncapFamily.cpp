@@ -136,6 +136,11 @@ void CEncapFamily::GetCopyFrom(WideString& out) const {
     m_familyXml.GetRootNode().GetProperty(FamilyNames::AttrFromSource, out);
 }
 
+void CEncapFamily::SetRangeColumnValues(const std::map<WideString, WideString>& values) {
+    if (m_table)
+        m_table->SetRangeColumnValues(values);
+}
+
 // Family properties and the writing side of localisation are not built yet: the writes below
 // are what the table and its columns call, and they change no string document and no constant.
 // The localized reads answer from the string documents.
@@ -190,6 +195,13 @@ long CEncapFamily::GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* co
 
 void CEncapFamily::SetLocalizedCellValue(const wchar_t*, const wchar_t*, const wchar_t*,
                                          const wchar_t*) {}
+
+void CEncapFamily::SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                                         const wchar_t* value) {
+    WideString language;
+    GetActualLanguage(language);
+    SetLocalizedCellValue(rowId, columnId, language.c_str(), value);
+}
 
 void CEncapFamily::DeleteLocalizedCellsValues(const wchar_t*, const wchar_t*, bool) {}
 

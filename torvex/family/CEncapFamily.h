@@ -9,6 +9,8 @@
 #include "torvex/xml/XMLNode.h"
 #include "torvex/xml/XMLParser.h"
 
+#include <map>
+
 namespace torvex {
 
 class CEncapFamilyColumn;
@@ -62,6 +64,9 @@ public:
     bool GetColumnCategory(const wchar_t* columnId, WideString& parameter);
     /// Root attribute FromSource; `out` empty when absent or for an empty family.
     void GetCopyFrom(WideString& out) const;
+    /// Hands the chosen values of range columns (by column id, compared exactly) to the table;
+    /// nothing for an empty family.
+    void SetRangeColumnValues(const std::map<WideString, WideString>& values);
     /// Stores the constant of a category parameter. Not built yet (family properties): writes
     /// nothing.
     void SetCatParamConstValue(const wchar_t* name, const wchar_t* value);
@@ -102,6 +107,9 @@ private:
     /// Writes a localized cell text. Not built yet (localisation): writes nothing.
     void SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
                                const wchar_t* language, const wchar_t* value);
+    /// Writes a localized cell text in the actual language. Not built yet (localisation): writes
+    /// nothing.
+    void SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* value);
     /// Removes a cell's localized texts. Not built yet (localisation): removes nothing.
     void DeleteLocalizedCellsValues(const wchar_t* rowId, const wchar_t* columnId,
                                     bool allLanguages);

@@ -2,11 +2,14 @@
 
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/family/CEncapFamily.h"
+#include "torvex/family/CEncapFamilyRow.h"
 #include "torvex/family/CEncapFamilyTable.h"
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/family/FamilyNames.h"
 #include "torvex/text/CStringUtil.h"
+#include "torvex/xml/XMLNodeArray.h"
 
+#include <cwctype>
 #include <map>
 #include <set>
 #include <vector>
@@ -399,6 +402,9 @@ void CEncapFamilyColumn::SetIsCustom(const bool& custom) {
     if (custom == m_custom)
         return;
     m_custom = custom;
+    // A range column evaluates otherwise: cached values must not reach the cache file.
+    if (m_cache)
+        m_cache->DetachFile();
     // Asked on the new value: turning custom on never bumps.
     if (ChangeInColumnCausesRefresh() && m_table)
         m_table->BumpAllMemberRevisions(nullptr);
@@ -417,6 +423,9 @@ void CEncapFamilyColumn::SetKeyWeight(const int& keyWeight) {
 void CEncapFamilyColumn::SetDataType(DataTypes::ColumnDataType dataType) {
     m_node.SetProperty(FamilyNames::AttrValueType, DataTypes::DataTypeNum2Str(dataType).c_str());
     m_dataType = dataType;
+    // Values computed under the former type must not reach the cache file.
+    if (m_cache)
+        m_cache->DetachFile();
 }
 
 void CEncapFamilyColumn::SetUnitType(const wchar_t* unitType) {
@@ -425,6 +434,9 @@ void CEncapFamilyColumn::SetUnitType(const wchar_t* unitType) {
         return;
     m_node.SetProperty(FamilyNames::AttrUnitType, text.c_str());
     m_unitType = text;
+    // Values computed in the former unit must not reach the cache file.
+    if (m_cache)
+        m_cache->DetachFile();
     if (ChangeInColumnCausesRefresh() && m_table)
         m_table->BumpAllMemberRevisions(nullptr);
 }
@@ -481,6 +493,138 @@ void CEncapFamilyColumn::GetFormula(WideString& out, const wchar_t* language) co
     if (family->GetLocalizedColumnPropertyValue(FamilyNames::ElemColumnwideValue,
                                                 m_columnId.c_str(), Text(language), out) == 1)
         out = m_formula;
+}
+
+Result CEncapFamilyColumn::SetFormula(const wchar_t* formula) {
+    const WideString language = ActualLanguage();
+    return SetFormula(formula, language.c_str());
+}
+
+Result CEncapFamilyColumn::SetFormula(const wchar_t* formula, const wchar_t* language) {
+    if (!m_table)
+        return CTableEvaluator::EvalNoValue;
+    const WideString text = Text(formula);
+    const WideString lang = Text(language);
+    WideString current;
+    GetFormula(current, lang.c_str());
+    // The present text changes nothing, not even the cache.
+    if (current == text)
+        return CTableEvaluator::EvalOk;
+    const Result result = ValidateFormulaBeforeSet(text.c_str(), lang);
+    if (result != CTableEvaluator::EvalOk)
+        return result;
+
+    // The family document keeps a Real column's numbers with a point.
+    WideString stored = text;
+    if (m_dataType == DataTypes::DataReal)
+        CStringUtil::ReplaceDecimalPointOfColumnExpression(stored, true);
+    m_node.SetProperty(FamilyNames::AttrColumnwideValue, stored.c_str());
+    m_formula = stored;
+
+    // A column that held literals gives its cells up to the formula; a column that had a
+    // formula already keeps its overrides.
+    if (current.empty()) {
+        for (unsigned int i = 0; i < m_table->GetRowsCount(); ++i) {
+            if (CEncapFamilyRow* row = m_table->GetFamilyRowByIndex(static_cast<int>(i)))
+                row->DeleteCellsColumnValues(m_columnId.c_str(), false);
+        }
+    }
+    if (ChangeInColumnCausesRefresh())
+        m_table->BumpAllMemberRevisions(nullptr);
+    // The string document takes the caller's text, not the one with a point.
+    CEncapFamily* family = GetFamily();
+    if (family && IsLocalized())
+        family->SetLocalizedColumnPropertyValue(FamilyNames::ElemColumnwideValue,
+                                                m_columnId.c_str(), lang.c_str(), text.c_str());
+    InvalidateCache(WideString(), WideString());
+    return CTableEvaluator::EvalOk;
+}
+
+Result CEncapFamilyColumn::SetEmptyFormula() {
+    // A column without a formula can't be a range.
+    SetIsCustom(false);
+    WideString current;
+    GetFormula(current);
+    if (current.empty())
+        return CTableEvaluator::EvalOk;
+    m_node.SetProperty(FamilyNames::AttrColumnwideValue, L"");
+    m_formula.clear();
+    if (m_table && ChangeInColumnCausesRefresh())
+        m_table->BumpAllMemberRevisions(nullptr);
+    InvalidateCache(WideString(), WideString());
+    return CTableEvaluator::EvalOk;
+}
+
+// ---- Values across the rows ----
+
+bool CEncapFamilyColumn::HasUniqueValues(Result& result) {
+    if (!m_table)
+        return true;
+    std::set<WideString> seen;
+    for (unsigned int i = 0; i < m_table->GetRowsCount(); ++i) {
+        const WideString rowId = m_table->GetRowIDByIndex(static_cast<int>(i));
+        WideString value;
+        result = GetValue(rowId.c_str(), value);
+        if (result != CTableEvaluator::EvalOk)
+            return false;
+        // File names compare without regard to case.
+        if (m_columnType == ColumnTypeFileName) {
+            for (wchar_t& c : value)
+                c = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
+        }
+        if (!seen.insert(std::move(value)).second)
+            return false;
+    }
+    return true;
+}
+
+bool CEncapFamilyColumn::GetOverrideRowIds(WideStringList& rowIds) const {
+    if (!m_table)
+        return false;
+    // Rows/Row/Cell[@ColumnId='<id>']: an id holding a quote makes the path fail, and so
+    // finds nothing.
+    const WideString path = WideString(FamilyNames::ElemRows) + L"/" + FamilyNames::ElemRow + L"/" +
+                            FamilyNames::ElemCell + L"[@" + FamilyNames::AttrColumnId + L"='" +
+                            m_columnId + L"']";
+    XMLNodeArray cells;
+    if (!m_table->GetXMLNode().SelectChildNodes(path.c_str(), cells) || cells.GetSize() == 0)
+        return false;
+    for (const XMLNode& cell : cells) {
+        WideString rowId;
+        if (cell.GetParentNode().GetProperty(FamilyNames::AttrRowId, rowId))
+            rowIds.push_back(std::move(rowId));
+    }
+    return true;
+}
+
+bool CEncapFamilyColumn::HasExpressionColumnOverrides() const {
+    if (!m_table || !IsExpressionColumn())
+        return false;
+    WideStringList rowIds;
+    return GetOverrideRowIds(rowIds);
+}
+
+bool CEncapFamilyColumn::GetExpressionColumnOverrides(WideStringList& rowIds) const {
+    if (!m_table || !IsExpressionColumn())
+        return false;
+    return GetOverrideRowIds(rowIds);
+}
+
+void CEncapFamilyColumn::GetAllUniqueRawValues(std::set<WideString>& out) const {
+    out.clear();
+    WideString formula;
+    GetFormula(formula);
+    if (!formula.empty())
+        out.insert(formula);
+    WideStringList rowIds;
+    if (!GetOverrideRowIds(rowIds))
+        return;
+    for (const WideString& rowId : rowIds) {
+        WideString value;
+        m_table->GetRawValue(rowId.c_str(), m_columnId.c_str(), value);
+        if (!value.empty())
+            out.insert(std::move(value));
+    }
 }
 
 } // namespace torvex

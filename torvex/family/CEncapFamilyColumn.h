@@ -133,17 +133,20 @@ public:
 
     /// Writes attribute ColumnId and the member; the table's map and list are not touched.
     void SetColumnID(const wchar_t* columnId);
-    /// Writes attribute Custom always; on a change of value updates the member and bumps the
-    /// member revisions if the column now causes a refresh.
+    /// Writes attribute Custom always; on a change of value updates the member, keeps the cache
+    /// file from being written, and bumps the member revisions if the column now causes a
+    /// refresh.
     void SetIsCustom(const bool& custom);
     /// Writes attribute Hidden and the member.
     void SetIsHidden(const bool& hidden);
     /// Writes attribute KeyWeight and the member.
     void SetKeyWeight(const int& keyWeight);
-    /// Writes attribute ValueType (the stored type text) and the member.
+    /// Writes attribute ValueType (the stored type text) and the member; the cache file is no
+    /// longer written.
     void SetDataType(DataTypes::ColumnDataType dataType);
     /// Nothing for the present text (exact comparison); else writes attribute UnitType and the
-    /// member, and bumps the member revisions if the column causes a refresh.
+    /// member, keeps the cache file from being written, and bumps the member revisions if the
+    /// column causes a refresh.
     void SetUnitType(const wchar_t* unitType);
 
     // In-memory setters; no trace in the document.
@@ -181,6 +184,33 @@ public:
     /// the formula in force (`language` empty: the actual language). 0 when acceptable.
     CTableEvaluator::EvaluateResult ValidateNormalFormula(const wchar_t* formula,
                                                           const WideString& language);
+    /// SetFormula in the actual language.
+    CTableEvaluator::EvaluateResult SetFormula(const wchar_t* formula);
+    /// Sets the column formula: 0 at once for the present text; the check's code (1, 2, 4, 5,
+    /// 6) with document, member and graph unchanged; else 0 after writing attribute and member,
+    /// removing the cells of a column that held literals, bumping the revisions when the column
+    /// changes what a member looks like, and invalidating the column and its dependents. 7
+    /// without a table.
+    CTableEvaluator::EvaluateResult SetFormula(const wchar_t* formula, const wchar_t* language);
+    /// Clears the custom flag and the formula (attribute and member; no check, no graph update,
+    /// localized formulas untouched), then bumps and invalidates as SetFormula. Always 0.
+    CTableEvaluator::EvaluateResult SetEmptyFormula();
+
+    // Values across the rows.
+
+    /// Whether every row has a different value (file names of a kind-1 column compared without
+    /// regard to case): false, with the code in `result`, at the first read other than 0 (8
+    /// included) or the first repeated value. True for a table without rows (`result` untouched).
+    bool HasUniqueValues(CTableEvaluator::EvaluateResult& result);
+    /// Whether some row overrides the column formula with a Cell; false without a table or for a
+    /// column without a formula.
+    bool HasExpressionColumnOverrides() const;
+    /// Appends the ids of the rows that override the column formula, in document order; false
+    /// without a table, for a column without a formula, or when no row overrides it.
+    bool GetExpressionColumnOverrides(WideStringList& rowIds) const;
+    /// Clears `out`, then adds the formula (when not empty) and every non-empty Cell text of
+    /// the column. Never fails; without a table only the formula is added.
+    void GetAllUniqueRawValues(std::set<WideString>& out) const;
 
     // Dependencies: the columns whose column formula refers to this one.
 
@@ -232,6 +262,9 @@ private:
     void RemoveDependentColumn(CEncapFamilyColumn* column);
     /// IsReferencedBy; the depth is counted and compared with nothing.
     bool IsReferencedBy2(CEncapFamilyColumn* column, int depth) const;
+    /// Appends the RowId of every Row holding a Cell of this column (any formula), in document
+    /// order; `rowIds` isn't cleared. False without a table or when there is no such Cell.
+    bool GetOverrideRowIds(WideStringList& rowIds) const;
     /// The check before a formula is set: like ValidateNormalFormula, with the range type for a
     /// custom column, and the graph left on the new formula when it is accepted (restored only
     /// when the loop check fails).

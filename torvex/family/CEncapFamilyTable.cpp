@@ -10,6 +10,9 @@
 #include "torvex/text/CStringUtil.h"
 #include "torvex/xml/XMLNodeArray.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace torvex {
 namespace {
 
@@ -298,6 +301,89 @@ void CEncapFamilyTable::SetValue(const wchar_t* rowId, const wchar_t* columnId,
         column->SetValue(rowId, language, value, invalidate);
 }
 
+void CEncapFamilyTable::SetValue(int rowIndex, const wchar_t* columnId, const wchar_t* value,
+                                 bool invalidate) {
+    // Callers pass a valid index; any other finds no row and writes nothing.
+    const CEncapFamilyRow* row = GetFamilyRowByIndex(rowIndex);
+    if (!row)
+        return;
+    WideString rowId;
+    row->GetRowID(rowId);
+    SetValue(rowId.c_str(), columnId, value, invalidate);
+}
+
+void CEncapFamilyTable::SetStatusColValue(int rowIndex, const wchar_t* value) {
+    // Callers pass a valid index; any other finds no row and writes nothing.
+    CEncapFamilyRow* row = GetFamilyRowByIndex(rowIndex);
+    if (!row)
+        return;
+    // Straight to the row: no string document and no cached value is touched. The document
+    // changed all the same, so the cache file must not be written over.
+    row->SetRawValue(m_statusColumnId.c_str(), value);
+    row->SetIsSuppressed(SameTextIgnoringCase(Text(value), FamilyNames::ValueSuppressed));
+    if (m_cache)
+        m_cache->DetachFile();
+}
+
+bool CEncapFamilyTable::IsRowSuppressed(const wchar_t* rowId) const {
+    const CEncapFamilyRow* row = GetFamilyRowByID(rowId);
+    return row && row->IsSuppressed();
+}
+
+bool CEncapFamilyTable::isCellOverride(const WideString& rowId, const WideString& columnId) const {
+    // Callers pass a known row and column; any other is no override.
+    const CEncapFamilyColumn* column = GetFamilyColumnByID(columnId.c_str());
+    const CEncapFamilyRow* row = GetFamilyRowByID(rowId.c_str());
+    if (!column || !row)
+        return false;
+    WideString id;
+    column->GetColumnID(id);
+    return column->IsExpressionColumn() && row->HasRawValue(id.c_str());
+}
+
+bool CEncapFamilyTable::hasColumnExpression(WideString& columnId) const {
+    // Callers pass a known column; any other has no expression.
+    const CEncapFamilyColumn* column = GetFamilyColumnByID(columnId.c_str());
+    return column && column->IsExpressionColumn();
+}
+
+DataTypes::ColumnDataType CEncapFamilyTable::GetColumnDataType(const wchar_t* columnId) const {
+    // Callers pass a known column; any other reads as a String column.
+    const CEncapFamilyColumn* column = GetFamilyColumnByID(columnId);
+    return column ? column->GetDataType() : DataTypes::DataString;
+}
+
+void CEncapFamilyTable::SetColumnDataType(const wchar_t* columnId,
+                                          DataTypes::ColumnDataType dataType) {
+    // Callers pass a known column; any other is left alone.
+    if (CEncapFamilyColumn* column = GetFamilyColumnByID(columnId))
+        column->SetDataType(dataType);
+}
+
+bool CEncapFamilyTable::HasColumnUniqueValues(const wchar_t* columnId,
+                                              CTableEvaluator::EvaluateResult& result) {
+    // Callers pass a known column; any other answers as an unknown reference would.
+    CEncapFamilyColumn* column = GetFamilyColumnByID(columnId);
+    if (!column) {
+        result = CTableEvaluator::EvalUnknownColumn;
+        return false;
+    }
+    return column->HasUniqueValues(result);
+}
+
+bool CEncapFamilyTable::GetMemberMaterialRefId(const wchar_t* rowId, WideString& out) const {
+    const CEncapFamilyColumn* column =
+        GetFamilyColumnByType(CEncapFamilyColumn::ColumnTypeMaterial);
+    if (!column)
+        return false;
+    WideString columnId;
+    column->GetColumnID(columnId);
+    // A member without a material of its own has the family's default material.
+    if (GetRawValue(rowId, columnId.c_str(), out) == 1)
+        column->GetFormula(out);
+    return true;
+}
+
 void CEncapFamilyTable::ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId) {
     WideString language;
     GetActualLanguage(language);
@@ -419,6 +505,10 @@ void CEncapFamilyTable::SetRawValue(const wchar_t* rowId, const wchar_t* columnI
     SetRawValue(GetFamilyRowByID(rowId), columnId, language, value);
 }
 
+void CEncapFamilyTable::SetRawValue(int rowIndex, const wchar_t* columnId, const wchar_t* value) {
+    SetRawValue(GetFamilyRowByIndex(rowIndex), columnId, L"", value);
+}
+
 void CEncapFamilyTable::SetRawValue(CEncapFamilyRow* row, const wchar_t* columnId,
                                     const wchar_t* language, const wchar_t* value) {
     if (!row)
@@ -444,6 +534,12 @@ void CEncapFamilyTable::SetLocalizedCellValue(const wchar_t* rowId, const wchar_
                                               const wchar_t* language, const wchar_t* value) {
     if (m_family)
         m_family->SetLocalizedCellValue(rowId, columnId, language, value);
+}
+
+void CEncapFamilyTable::SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                                              const wchar_t* value) {
+    if (m_family)
+        m_family->SetLocalizedCellValue(rowId, columnId, value);
 }
 
 long CEncapFamilyTable::GetLocalizedFormula(const wchar_t* columnId, const wchar_t* language,
@@ -477,6 +573,8 @@ CEncapFamilyColumn* CEncapFamilyTable::RevisionColumnForBump() {
 }
 
 void CEncapFamilyTable::BumpMemberRevision(const wchar_t* rowId) {
+    // A revision column that itself causes a refresh would bump again from inside its own
+    // write, without end; the write of the bump is the last one.
     if (m_bumping)
         return;
     CEncapFamilyColumn* revision = RevisionColumnForBump();
@@ -488,6 +586,7 @@ void CEncapFamilyTable::BumpMemberRevision(const wchar_t* rowId) {
 }
 
 void CEncapFamilyTable::BumpAllMemberRevisions(const wchar_t* revision) {
+    // No bump inside a bump (see BumpMemberRevision).
     if (m_bumping)
         return;
     CEncapFamilyColumn* column = RevisionColumnForBump();
@@ -501,7 +600,73 @@ void CEncapFamilyTable::BumpAllMemberRevisions(const wchar_t* revision) {
 }
 
 CEncapFamilyColumn* CEncapFamilyTable::CreateSourceMemberRevisionColumn() {
-    return nullptr;
+    CEncapFamilyColumn* revision = GetFamilyColumnByID(FamilyNames::ColMemberRevision);
+    if (!revision)
+        return nullptr;
+    CEncapFamilyColumn* source =
+        InsertNewColumn(static_cast<int>(GetColumnsCount()), FamilyNames::ColSourceMemberRevision);
+    if (!source)
+        return nullptr;
+    source->SetIsHidden(true);
+    source->SetDataType(DataTypes::DataString);
+    source->SetTitle(L"");
+    WideString formula;
+    revision->GetFormula(formula);
+    source->SetFormula(formula.c_str());
+    // A snapshot of the revisions as they are now.
+    const WideStringList rowIds = m_rowIds;
+    for (const WideString& rowId : rowIds) {
+        WideString value;
+        if (revision->GetValue(rowId.c_str(), value) != CTableEvaluator::EvalOk)
+            return nullptr;
+        source->SetValue(rowId.c_str(), value.c_str(), false);
+    }
+    return source;
+}
+
+// ---- Structure ----
+
+CEncapFamilyColumn* CEncapFamilyTable::InsertNewColumn(int index, const wchar_t* columnId) {
+    XMLNode columns = m_node.GetOrAddNode(FamilyNames::ElemColumns);
+    if (!columns.IsNode())
+        return nullptr;
+    const WideString id = Text(columnId);
+    if (GetFamilyColumnIndexByID(id.c_str()) != -1)
+        return nullptr;
+
+    // Before the child at the index, or appended when the index is at or past the end.
+    const long count = columns.GetChildCount();
+    const int at = index < 0 ? 0 : index;
+    XMLNode node;
+    size_t listIndex = m_columnIds.size();
+    if (count > 0 && at < count) {
+        XMLNode next;
+        if (!columns.GetChildNodeByIdx(at, next))
+            return nullptr;
+        node = next.AddNodeBefore(FamilyNames::ElemColumn, nullptr, FamilyNames::AttrColumnId,
+                                  id.c_str(), FamilyNames::AttrTitle, id.c_str());
+        // Children that aren't listed columns (elements without an id, comments) can put the
+        // index past the end of the list: the id then goes last.
+        listIndex = std::min(static_cast<size_t>(at), m_columnIds.size());
+    } else {
+        node = columns.AddNode(FamilyNames::ElemColumn, nullptr, FamilyNames::AttrColumnId,
+                               id.c_str(), FamilyNames::AttrTitle, id.c_str());
+    }
+    if (!node.IsNode())
+        return nullptr;
+
+    CEncapFamilyColumn* column = new CEncapFamilyColumn(node, this);
+    m_columns.SetAt(id.c_str(), column);
+    m_columnIds.insert(m_columnIds.begin() + static_cast<std::ptrdiff_t>(listIndex), id);
+    column->SetKeyWeight(0);
+    column->SetIsHidden(false);
+    // The new column has no values yet: values that a cache file kept for a former column of
+    // that id must not be served, and the file no longer matches the document.
+    if (m_cache) {
+        m_cache->ClearColumn(id);
+        m_cache->DetachFile();
+    }
+    return column;
 }
 
 } // namespace torvex

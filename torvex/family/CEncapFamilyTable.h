@@ -103,6 +103,29 @@ public:
     /// Writes the cell in the language; nothing for an unknown column.
     void SetValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* language,
                   const wchar_t* value, bool invalidate);
+    /// Writes the cell of the row at the index in the actual language; nothing for an index out
+    /// of range or an unknown column.
+    void SetValue(int rowIndex, const wchar_t* columnId, const wchar_t* value, bool invalidate);
+    /// Writes the status cell of the row at the index in the family document only (no string
+    /// document, no cached value) and sets the row's suppressed flag to (value is "Suppressed",
+    /// ignoring case); the cache file is no longer written. Nothing for an index out of range.
+    void SetStatusColValue(int rowIndex, const wchar_t* value);
+    /// False for an unknown row, else the row's suppressed flag.
+    bool IsRowSuppressed(const wchar_t* rowId) const;
+    /// True when the column has a formula and the row a Cell for it; false for an unknown row
+    /// or column.
+    bool isCellOverride(const WideString& rowId, const WideString& columnId) const;
+    /// Whether the column has a formula; false for an unknown column.
+    bool hasColumnExpression(WideString& columnId) const;
+    /// The column's data type; DataString for an unknown column.
+    DataTypes::ColumnDataType GetColumnDataType(const wchar_t* columnId) const;
+    /// Sets the column's data type (attribute ValueType); nothing for an unknown column.
+    void SetColumnDataType(const wchar_t* columnId, DataTypes::ColumnDataType dataType);
+    /// The column's HasUniqueValues; false with `result` 5 for an unknown column.
+    bool HasColumnUniqueValues(const wchar_t* columnId, CTableEvaluator::EvaluateResult& result);
+    /// The row's material reference: its Cell in the material column, else that column's formula
+    /// (the family's default material). False when there is no material column.
+    bool GetMemberMaterialRefId(const wchar_t* rowId, WideString& out) const;
     /// Drops the cached value of the cell in the actual language; nothing for an unknown column.
     void ClearCachedValue(const wchar_t* rowId, const wchar_t* columnId);
     /// Drops the cached value of the cell in the language; nothing for an unknown column.
@@ -149,8 +172,20 @@ public:
     /// Gives every row the same new revision (a new GUID for null) in MEMBER_REVISION; nothing
     /// without that column, or in a linked family whose source revisions can't be kept safe.
     void BumpAllMemberRevisions(const wchar_t* revision);
-    /// Adds the column SOURCE_MEMBER_REVISION. Not built yet (needs column insertion): null.
+    /// Appends the hidden String column SOURCE_MEMBER_REVISION with the formula of
+    /// MEMBER_REVISION and a copy of every row's revision. Null without MEMBER_REVISION, when
+    /// the column can't be inserted (also when it exists), or at the first revision that can't
+    /// be read (the column then stays, with the rows done so far).
     CEncapFamilyColumn* CreateSourceMemberRevisionColumn();
+
+    // Structure.
+
+    /// Adds a column of that id (attributes ColumnId and Title, KeyWeight 0, Hidden false)
+    /// before the column element at the index, or at the end for an index at or past the end
+    /// (a negative index counts as 0). No name check. Cached values under that id are dropped
+    /// and the cache file is no longer written. Null when the table has no node, an id equal
+    /// ignoring case exists, or the element can't be made.
+    CEncapFamilyColumn* InsertNewColumn(int index, const wchar_t* columnId);
 
 private:
     friend class CEncapFamily;
@@ -179,6 +214,9 @@ private:
     /// Writes the raw value of a row by id; nothing for an unknown row.
     void SetRawValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* language,
                      const wchar_t* value);
+    /// Writes the raw value of the row at the index in the actual language; nothing for an
+    /// index out of range.
+    void SetRawValue(int rowIndex, const wchar_t* columnId, const wchar_t* value);
     /// The family document first, the string document second; nothing for a null row.
     void SetRawValue(CEncapFamilyRow* row, const wchar_t* columnId, const wchar_t* language,
                      const wchar_t* value);
@@ -188,6 +226,8 @@ private:
     /// Writes the family's localized cell text; nothing without a family.
     void SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
                                const wchar_t* language, const wchar_t* value);
+    /// Writes the family's localized cell text in the actual language; nothing without a family.
+    void SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* value);
     /// The family's localized column formula: 0 found, 1 not (also without a family).
     long GetLocalizedFormula(const wchar_t* columnId, const wchar_t* language,
                              WideString& out) const;
