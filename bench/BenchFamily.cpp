@@ -1,0 +1,104 @@
+#include "BenchFamily.h"
+
+#include "host/CUnitsEvaluatorProvider.h"
+#include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/platform/Utf16.h"
+
+#include <cstdio>
+
+namespace torvex::bench {
+namespace {
+
+void Tally(CellTally& tally, CTableEvaluator::EvaluateResult result, const WideString& value) {
+    const int code = static_cast<int>(result);
+    if (code >= 0 && code < static_cast<int>(tally.byResult.size()))
+        ++tally.byResult[static_cast<size_t>(code)];
+    else
+        ++tally.other;
+    tally.characters += value.size();
+}
+
+} // namespace
+
+size_t CellTally::Cells() const {
+    size_t cells = other;
+    for (size_t count : byResult)
+        cells += count;
+    return cells;
+}
+
+size_t CellTally::WithValue() const {
+    return byResult[CTableEvaluator::EvalOk] + byResult[CTableEvaluator::EvalUnitMismatch];
+}
+
+void CellTally::Add(const CellTally& more) {
+    for (size_t i = 0; i < byResult.size(); ++i)
+        byResult[i] += more.byResult[i];
+    other += more.other;
+    characters += more.characters;
+}
+
+std::unique_ptr<CEncapFamily> OpenFamily(const GeneratedFamily& family,
+                                         const std::wstring& cacheFolder) {
+    return std::make_unique<CEncapFamily>(family.familyXml.c_str(), family.stringDocuments,
+                                          cacheFolder.empty() ? nullptr : cacheFolder.c_str(),
+                                          new CUnitsEvaluatorProvider(), false);
+}
+
+CellTally ReadAllCells(CEncapFamily& family) {
+    CellTally tally;
+    CEncapFamilyTable* table = family.GetEncapFamilyTable();
+    if (!table)
+        return tally;
+    WideString value;
+    for (const WideString& rowId : table->GetAllRowIDs()) {
+        for (const WideString& columnId : table->GetAllColumnIDs()) {
+            value.clear();
+            Tally(tally, table->GetValue(rowId.c_str(), columnId.c_str(), value), value);
+        }
+    }
+    return tally;
+}
+
+CellTally ReadRow(CEncapFamily& family, const std::wstring& rowId) {
+    CellTally tally;
+    CEncapFamilyTable* table = family.GetEncapFamilyTable();
+    if (!table)
+        return tally;
+    WideString value;
+    for (const WideString& columnId : table->GetAllColumnIDs()) {
+        value.clear();
+        Tally(tally, table->GetValue(rowId.c_str(), columnId.c_str(), value), value);
+    }
+    return tally;
+}
+
+int ShowCells(size_t rows, size_t shownRows) {
+    const GeneratedFamily generated = GenerateFamily(rows);
+    std::unique_ptr<CEncapFamily> family = OpenFamily(generated, std::wstring());
+    CEncapFamilyTable* table = family->GetEncapFamilyTable();
+    if (!table) {
+        std::fprintf(stderr, "the generated family did not open\n");
+        return 1;
+    }
+    std::printf("%u rows, %u columns\n", table->GetRowsCount(), table->GetColumnsCount());
+    WideString value;
+    for (size_t r = 0; r < shownRows && r < table->GetRowsCount(); ++r) {
+        const WideString rowId = table->GetRowIDByIndex(static_cast<int>(r));
+        std::printf("row %zu %s\n", r, platform::ToUtf8(rowId).c_str());
+        for (const WideString& columnId : table->GetAllColumnIDs()) {
+            value.clear();
+            const int result = table->GetValue(rowId.c_str(), columnId.c_str(), value);
+            std::printf("  %-16s %d  %s\n", platform::ToUtf8(columnId).c_str(), result,
+                        platform::ToUtf8(value).c_str());
+        }
+    }
+    const CellTally tally = ReadAllCells(*family);
+    std::printf("all cells: %zu, with a value %zu; by result:", tally.Cells(), tally.WithValue());
+    for (size_t code = 0; code < tally.byResult.size(); ++code)
+        std::printf(" %zu:%zu", code, tally.byResult[code]);
+    std::printf("\n");
+    return 0;
+}
+
+} // namespace torvex::bench

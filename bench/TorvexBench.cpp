@@ -1,0 +1,539 @@
+// Benchmarks of opening and evaluating generated families of 100 to 50,000 rows, beside the
+// baselines measured in the same run on the same texts: libxml2 alone, and the reference host
+// alone. bench/report.py turns the JSON output into the table of ratios against the targets.
+//
+// Extra flags, before Google Benchmark's own:
+//   --sizes=100,1000      row counts to run (default 100,1000,10000,50000)
+//   --wall-clock          time the steps by the wall clock, not by the thread's CPU time
+//   --show-cells=ROWS     print the first rows' values and results and leave
+//   --memory-child=...    internal: the body of a memory child process
+
+#include "Baselines.h"
+#include "BenchFamily.h"
+#include "FamilyGenerator.h"
+#include "MemoryProbe.h"
+
+#include "torvex/evaluation/CTableValueCache.h"
+#include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/platform/Files.h"
+#include "torvex/platform/NumberText.h"
+
+#include <benchmark/benchmark.h>
+
+#include <time.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace torvex::bench {
+namespace {
+
+// The clock of the measured steps: by default the CPU time (user and system) of the measuring
+// thread, so that other work on a shared machine does not count; --wall-clock takes the
+// monotonic clock instead. Every measured step runs on this one thread.
+bool g_wallClock = false;
+
+struct Clock {
+    using time_point = double;
+    static double now() {
+        timespec time{};
+        clock_gettime(g_wallClock ? CLOCK_MONOTONIC : CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    }
+};
+
+double SecondsSince(Clock::time_point start) {
+    return Clock::now() - start;
+}
+
+// How often each kind of benchmark runs at a size: the whole run stays within minutes on two
+// cores, and the largest families are opened only a handful of times.
+struct Schedule {
+    int heavy; // open, evaluate, close, parse: one family per iteration
+    int warm;  // passes over an evaluated family
+    int edit;  // single-row edits
+};
+
+Schedule ScheduleFor(size_t rows) {
+    if (rows <= 100)
+        return {50, 200, 2000};
+    if (rows <= 1000)
+        return {30, 30, 2000};
+    if (rows <= 10000)
+        return {8, 8, 1000};
+    return {2, 2, 300};
+}
+
+// The data of the size being benchmarked: made on first use, dropped when another size starts
+// (the benchmarks are registered size by size).
+class Workspace {
+public:
+    static Workspace& Get() {
+        static Workspace workspace;
+        return workspace;
+    }
+
+    ~Workspace() {
+        m_evaluated.reset();
+        if (!m_tempRoot.empty()) {
+            std::error_code ignored;
+            std::filesystem::remove_all(m_tempRoot, ignored);
+        }
+    }
+
+    const GeneratedFamily& Family(size_t rows) {
+        if (!m_family || m_family->rowCount != rows) {
+            m_evaluated.reset();
+            m_family.reset();
+            m_family = std::make_unique<GeneratedFamily>(GenerateFamily(rows));
+        }
+        return *m_family;
+    }
+
+    // An open family whose every cell has been read once; shared by the passes and edits.
+    CEncapFamily& EvaluatedFamily(size_t rows) {
+        const GeneratedFamily& family = Family(rows);
+        if (!m_evaluated) {
+            m_evaluated = OpenFamily(family, std::wstring());
+            ReadAllCells(*m_evaluated);
+        }
+        return *m_evaluated;
+    }
+
+    // A directory of its own for the cache file of each size; empty when none can be made.
+    std::filesystem::path CacheFolder(size_t rows) {
+        if (m_tempRoot.empty()) {
+            std::string pattern =
+                platform::NativePath(platform::TempDirectory()) + "torvex-bench-XXXXXX";
+            if (!mkdtemp(pattern.data()))
+                return {};
+            m_tempRoot = pattern;
+        }
+        std::filesystem::path folder = m_tempRoot / std::to_string(rows);
+        std::error_code ignored;
+        std::filesystem::create_directories(folder, ignored);
+        return folder;
+    }
+
+private:
+    Workspace() = default;
+
+    std::unique_ptr<GeneratedFamily> m_family;
+    std::unique_ptr<CEncapFamily> m_evaluated;
+    std::filesystem::path m_tempRoot;
+};
+
+// Size of the cache files in the folder (the file name depends on the user's locale).
+uintmax_t CacheFileBytes(const std::filesystem::path& folder) {
+    uintmax_t bytes = 0;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        if (entry.is_regular_file(error))
+            bytes += entry.file_size(error);
+    }
+    return bytes;
+}
+
+void RemoveCacheFiles(const std::filesystem::path& folder) {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+        std::filesystem::remove(entry.path(), error);
+}
+
+bool Opened(CEncapFamily& family, size_t rows) {
+    CEncapFamilyTable* table = family.GetEncapFamilyTable();
+    return table && table->GetRowsCount() == rows;
+}
+
+void SetTallyCounters(benchmark::State& state, const CellTally& tally) {
+    state.counters["cells"] = static_cast<double>(tally.Cells());
+    state.counters["with_value"] = static_cast<double>(tally.WithValue());
+    state.counters["unit_mismatch"] =
+        static_cast<double>(tally.byResult[CTableEvaluator::EvalUnitMismatch]);
+    state.counters["failed"] = static_cast<double>(tally.Cells() - tally.WithValue());
+}
+
+// ---- Baselines ----
+
+void BareParse(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    BareDocuments().Parse(family); // warm-up: the heap has grown to the size once
+    for (auto _ : state) {
+        BareDocuments documents;
+        const auto start = Clock::now();
+        const bool parsed = documents.Parse(family);
+        state.SetIterationTime(SecondsSince(start));
+        if (!parsed) {
+            state.SkipWithError("libxml2 did not parse the generated texts");
+            break;
+        }
+    }
+    state.counters["bytes"] = static_cast<double>(family.Utf8Bytes());
+}
+
+void BareParseWalk(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    BareDocuments().Parse(family); // warm-up
+    size_t cells = 0;
+    for (auto _ : state) {
+        BareDocuments documents;
+        const auto start = Clock::now();
+        const bool parsed = documents.Parse(family);
+        cells = documents.WalkCells();
+        state.SetIterationTime(SecondsSince(start));
+        if (!parsed) {
+            state.SkipWithError("libxml2 did not parse the generated texts");
+            break;
+        }
+    }
+    state.counters["cells"] = static_cast<double>(cells);
+}
+
+void HostAlone(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    HostTally tally = RunHostAlone(family); // warm-up
+    for (auto _ : state) {
+        const auto start = Clock::now();
+        tally = RunHostAlone(family);
+        state.SetIterationTime(SecondsSince(start));
+        benchmark::DoNotOptimize(tally.checksum);
+    }
+    state.counters["calls"] = static_cast<double>(tally.calls);
+    state.counters["failed"] = static_cast<double>(tally.failed);
+}
+
+// ---- The library ----
+
+// The baselines timed inside the library's iterations, in alternating order with the library's
+// step, give the ratios of the report: a load on the machine that comes and goes between two
+// benchmarks then falls on both sides alike.
+double TimeBareParse(const GeneratedFamily& family, bool walk) {
+    BareDocuments documents;
+    const auto start = Clock::now();
+    documents.Parse(family);
+    if (walk)
+        benchmark::DoNotOptimize(documents.WalkCells());
+    return SecondsSince(start);
+}
+
+double TimeHostAlone(const GeneratedFamily& family) {
+    const auto start = Clock::now();
+    const HostTally tally = RunHostAlone(family);
+    benchmark::DoNotOptimize(tally.checksum);
+    return SecondsSince(start);
+}
+
+// Counter `paired_parse_ms`: the bare parse, timed in the same iterations.
+void Open(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    OpenFamily(family, std::wstring()); // warm-up
+    double parse = 0.0;
+    int iteration = 0;
+    for (auto _ : state) {
+        if (iteration % 2 == 1)
+            parse += TimeBareParse(family, false);
+        const auto start = Clock::now();
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+        state.SetIterationTime(SecondsSince(start));
+        if (iteration++ % 2 == 0)
+            parse += TimeBareParse(family, false);
+        if (!Opened(*opened, rows)) {
+            state.SkipWithError("the generated family did not open with all its rows");
+            break;
+        }
+    }
+    state.counters["rows"] = static_cast<double>(rows);
+    if (iteration > 0)
+        state.counters["paired_parse_ms"] = parse * 1e3 / iteration;
+}
+
+// Counters `open_ms` (the open before the evaluation) and `paired_baseline_ms` (bare parse and
+// walk plus the host alone, timed in the same iterations).
+void FirstEvaluation(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    CellTally tally;
+    double open = 0.0, baseline = 0.0;
+    int iteration = 0;
+    for (auto _ : state) {
+        const bool baselineFirst = iteration++ % 2 == 1;
+        if (baselineFirst)
+            baseline += TimeBareParse(family, true) + TimeHostAlone(family);
+        const auto opening = Clock::now();
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+        open += SecondsSince(opening);
+        const auto start = Clock::now();
+        tally = ReadAllCells(*opened);
+        state.SetIterationTime(SecondsSince(start));
+        opened.reset();
+        if (!baselineFirst)
+            baseline += TimeBareParse(family, true) + TimeHostAlone(family);
+    }
+    SetTallyCounters(state, tally);
+    if (iteration > 0) {
+        state.counters["open_ms"] = open * 1e3 / iteration;
+        state.counters["paired_baseline_ms"] = baseline * 1e3 / iteration;
+    }
+}
+
+void WarmRead(benchmark::State& state, size_t rows) {
+    CEncapFamily& family = Workspace::Get().EvaluatedFamily(rows);
+    ReadAllCells(family); // whatever an edit benchmark left uncached is cached again
+    CellTally tally;
+    for (auto _ : state) {
+        const auto start = Clock::now();
+        tally = ReadAllCells(family);
+        state.SetIterationTime(SecondsSince(start));
+    }
+    SetTallyCounters(state, tally);
+}
+
+// Sets `l` of one row (referenced by three formula columns) and reads the row back. The counter
+// `dependants_updated` is the share of edits after which L_TOTAL equals the new l plus k.
+void SetValueRow(benchmark::State& state, size_t rows) {
+    CEncapFamily& family = Workspace::Get().EvaluatedFamily(rows);
+    CEncapFamilyTable* table = family.GetEncapFamilyTable();
+    if (!table || table->GetRowsCount() == 0) {
+        state.SkipWithError("the generated family did not open");
+        return;
+    }
+    static constexpr const wchar_t* kValues[] = {L"33", L"77"};
+    CellTally tally;
+    size_t edits = 0;
+    size_t updated = 0;
+    WideString total, head;
+    for (auto _ : state) {
+        const WideString rowId =
+            table->GetRowIDByIndex(static_cast<int>((edits * 7919) % table->GetRowsCount()));
+        const wchar_t* value = kValues[(edits / table->GetRowsCount()) % 2];
+        const auto start = Clock::now();
+        table->SetValue(rowId.c_str(), kEditedColumn, value, true);
+        tally = ReadRow(family, rowId);
+        state.SetIterationTime(SecondsSince(start));
+        ++edits;
+        total.clear();
+        head.clear();
+        table->GetValue(rowId.c_str(), L"L_TOTAL", total);
+        table->GetValue(rowId.c_str(), L"k", head);
+        const double expected =
+            platform::ParseLeadingDouble(value) + platform::ParseLeadingDouble(head.c_str());
+        if (!total.empty() && !head.empty() &&
+            platform::ParseLeadingDouble(total.c_str()) == expected)
+            ++updated;
+    }
+    SetTallyCounters(state, tally);
+    state.counters["dependants_updated"] =
+        edits ? static_cast<double>(updated) / static_cast<double>(edits) : 0.0;
+}
+
+void Close(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    for (auto _ : state) {
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+        ReadAllCells(*opened);
+        const auto start = Clock::now();
+        opened.reset();
+        state.SetIterationTime(SecondsSince(start));
+    }
+}
+
+// Closing an evaluated family whose table has a cache folder writes the cache file. The same
+// iteration also closes an evaluated family without a folder, in alternating order, so that the
+// counter `save_ms` (the difference) is measured under the same load of the machine.
+void CloseSave(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    const std::filesystem::path folder = Workspace::Get().CacheFolder(rows);
+    if (folder.empty()) {
+        state.SkipWithError("no temporary folder for the cache file");
+        return;
+    }
+    double withFile = 0.0, without = 0.0;
+    int iteration = 0;
+    for (auto _ : state) {
+        RemoveCacheFiles(folder);
+        std::unique_ptr<CEncapFamily> saving = OpenFamily(family, folder.wstring());
+        ReadAllCells(*saving);
+        std::unique_ptr<CEncapFamily> plain = OpenFamily(family, std::wstring());
+        ReadAllCells(*plain);
+        auto close = [](std::unique_ptr<CEncapFamily>& opened) {
+            const auto start = Clock::now();
+            opened.reset();
+            return SecondsSince(start);
+        };
+        double saved = 0.0;
+        if (iteration++ % 2 == 0) {
+            saved = close(saving);
+            without += close(plain);
+        } else {
+            without += close(plain);
+            saved = close(saving);
+        }
+        withFile += saved;
+        state.SetIterationTime(saved);
+    }
+    state.counters["file_bytes"] = static_cast<double>(CacheFileBytes(folder));
+    if (iteration > 0)
+        state.counters["save_ms"] = (withFile - without) * 1e3 / iteration;
+}
+
+// Opening with a cache file in the folder loads it. Each iteration also opens without the
+// folder, in alternating order; the counter `load_ms` is the difference.
+void OpenLoad(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    const std::filesystem::path folder = Workspace::Get().CacheFolder(rows);
+    if (folder.empty()) {
+        state.SkipWithError("no temporary folder for the cache file");
+        return;
+    }
+    if (CacheFileBytes(folder) == 0) {
+        std::unique_ptr<CEncapFamily> writer = OpenFamily(family, folder.wstring());
+        ReadAllCells(*writer);
+    }
+    size_t cachedRows = 0;
+    double withFile = 0.0, without = 0.0;
+    int iteration = 0;
+    auto open = [&](const std::wstring& cacheFolder, std::unique_ptr<CEncapFamily>& opened) {
+        const auto start = Clock::now();
+        opened = OpenFamily(family, cacheFolder);
+        return SecondsSince(start);
+    };
+    for (auto _ : state) {
+        std::unique_ptr<CEncapFamily> loaded, plain;
+        double load = 0.0;
+        if (iteration++ % 2 == 0) {
+            load = open(folder.wstring(), loaded);
+            loaded.reset();
+            without += open(std::wstring(), plain);
+        } else {
+            without += open(std::wstring(), plain);
+            plain.reset();
+            load = open(folder.wstring(), loaded);
+        }
+        withFile += load;
+        state.SetIterationTime(load);
+        if (loaded) {
+            CEncapFamilyTable* table = loaded->GetEncapFamilyTable();
+            cachedRows =
+                table && table->GetValueCache() ? table->GetValueCache()->GetRowCount() : 0;
+        }
+    }
+    state.counters["file_bytes"] = static_cast<double>(CacheFileBytes(folder));
+    state.counters["cached_rows"] = static_cast<double>(cachedRows);
+    if (iteration > 0)
+        state.counters["load_ms"] = (withFile - without) * 1e3 / iteration;
+}
+
+void Memory(benchmark::State& state, size_t rows) {
+    MemoryFigures figures;
+    for (auto _ : state) {
+        const auto start = Clock::now();
+        std::string error;
+        if (!MeasureMemory(rows, figures, error)) {
+            state.SkipWithError(error.c_str());
+            break;
+        }
+        state.SetIterationTime(SecondsSince(start));
+    }
+    state.counters["torvex_kb"] = static_cast<double>(figures.torvexKb);
+    state.counters["libxml2_kb"] = static_cast<double>(figures.libxml2Kb);
+    state.counters["torvex_peak_kb"] = static_cast<double>(figures.torvexPeakKb);
+    state.counters["libxml2_peak_kb"] = static_cast<double>(figures.libxml2PeakKb);
+    state.counters["idle_peak_kb"] = static_cast<double>(figures.idlePeakKb);
+    state.counters["peak_reset"] = figures.peakReset ? 1.0 : 0.0;
+    state.counters["with_value"] = static_cast<double>(figures.torvexCellsWithValue);
+}
+
+using BenchmarkFunction = void (*)(benchmark::State&, size_t);
+
+void Register(const char* name, size_t rows, BenchmarkFunction function, int iterations,
+              benchmark::TimeUnit unit = benchmark::kMillisecond) {
+    const std::string fullName = std::string(name) + "/" + std::to_string(rows);
+    benchmark::RegisterBenchmark(fullName.c_str(), function, rows)
+        ->Iterations(iterations)
+        ->UseManualTime()
+        ->Unit(unit);
+}
+
+void RegisterAll(const std::vector<size_t>& sizes) {
+    for (size_t rows : sizes) {
+        const Schedule schedule = ScheduleFor(rows);
+        Register("Baseline/Parse", rows, BareParse, schedule.heavy);
+        Register("Baseline/ParseWalk", rows, BareParseWalk, schedule.heavy);
+        Register("Baseline/HostAlone", rows, HostAlone, schedule.heavy);
+        Register("Torvex/Open", rows, Open, schedule.heavy);
+        Register("Torvex/FirstEvaluation", rows, FirstEvaluation, schedule.heavy);
+        Register("Torvex/WarmRead", rows, WarmRead, schedule.warm);
+        Register("Torvex/SetValueRow", rows, SetValueRow, schedule.edit, benchmark::kMicrosecond);
+        Register("Torvex/Close", rows, Close, schedule.heavy);
+        Register("Torvex/CloseSave", rows, CloseSave, schedule.heavy);
+        Register("Torvex/OpenLoad", rows, OpenLoad, schedule.heavy);
+    }
+    // Peak memory is measured once, at the largest size.
+    const size_t largest = *std::max_element(sizes.begin(), sizes.end());
+    Register("Memory", largest, Memory, 1, benchmark::kSecond);
+}
+
+// "100,1000" into sizes; false for anything else.
+bool ParseSizes(const char* text, std::vector<size_t>& sizes) {
+    sizes.clear();
+    const char* cursor = text;
+    while (*cursor) {
+        char* end = nullptr;
+        const unsigned long value = std::strtoul(cursor, &end, 10);
+        if (end == cursor || value == 0)
+            return false;
+        sizes.push_back(value);
+        cursor = end;
+        if (*cursor == ',')
+            ++cursor;
+        else if (*cursor)
+            return false;
+    }
+    return !sizes.empty();
+}
+
+} // namespace
+} // namespace torvex::bench
+
+int main(int argc, char** argv) {
+    using namespace torvex::bench;
+    std::vector<size_t> sizes = {100, 1000, 10000, 50000};
+    std::vector<char*> rest = {argv[0]};
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument.rfind(kMemoryChildFlag, 0) == 0)
+            return RunMemoryChild(argument.substr(std::strlen(kMemoryChildFlag)));
+        if (argument.rfind("--show-cells=", 0) == 0) {
+            WarmUpHost();
+            return ShowCells(std::strtoul(argument.c_str() + 13, nullptr, 10), 3);
+        }
+        if (argument == "--wall-clock") {
+            g_wallClock = true;
+            continue;
+        }
+        if (argument.rfind("--sizes=", 0) == 0) {
+            if (!ParseSizes(argument.c_str() + 8, sizes)) {
+                std::fprintf(stderr, "bad --sizes: %s\n", argument.c_str());
+                return 2;
+            }
+            continue;
+        }
+        rest.push_back(argv[i]);
+    }
+    int restCount = static_cast<int>(rest.size());
+    rest.push_back(nullptr);
+    benchmark::Initialize(&restCount, rest.data());
+    if (benchmark::ReportUnrecognizedArguments(restCount, rest.data()))
+        return 2;
+    benchmark::AddCustomContext("torvex_clock", g_wallClock ? "wall clock" : "thread CPU time");
+    WarmUpHost();
+    RegisterAll(sizes);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,219 @@
+#!/usr/bin/env python3
+"""Prints the ratios of a torvex_bench JSON output against the targets.
+
+Usage: report.py RESULT.json
+
+Every figure is the benchmark's mean time per iteration (manual time: only the measured step);
+with --benchmark_repetitions, the median of the repetitions.
+"""
+
+import json
+import re
+import sys
+
+UNIT_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+# Measured times of the library whose growth with the row count is checked.
+SCALED = [
+    "Torvex/Open",
+    "Torvex/FirstEvaluation",
+    "Torvex/WarmRead",
+    "Torvex/SetValueRow",
+    "Torvex/Close",
+    "Torvex/CloseSave",
+    "Torvex/OpenLoad",
+]
+TABLE = [
+    "Baseline/Parse",
+    "Baseline/ParseWalk",
+    "Baseline/HostAlone",
+] + SCALED
+
+
+def load(path):
+    with open(path, encoding="utf-8") as f:
+        data = json.load(f)
+    runs, medians = {}, {}
+    for b in data.get("benchmarks", []):
+        run_type = b.get("run_type", "iteration")
+        if run_type == "aggregate" and b.get("aggregate_name") != "median":
+            continue
+        name = re.sub(r"/(iterations:\d+|manual_time|real_time|repeats:\d+)", "",
+                      b.get("run_name", b["name"]))
+        kind, _, rows = name.rpartition("/")
+        if not rows.isdigit():
+            continue
+        entry = dict(b)
+        entry["ns"] = b.get("real_time", 0.0) * UNIT_NS.get(b.get("time_unit", "ns"), 1.0)
+        # With --benchmark_repetitions the median of the repetitions stands for the benchmark.
+        (medians if run_type == "aggregate" else runs)[(kind, int(rows))] = entry
+    runs.update(medians)
+    return data, runs
+
+
+def ms(ns):
+    return ns / 1e6
+
+
+def fmt_ms(ns):
+    if ns is None:
+        return "-"
+    value = ms(ns)
+    if value >= 100:
+        return f"{value:.0f}"
+    if value >= 1:
+        return f"{value:.2f}"
+    return f"{value:.4f}"
+
+
+class Verdicts:
+    def __init__(self):
+        self.rows = []
+
+    def add(self, what, value, target, unit="x", info=""):
+        if value is None:
+            verdict = "n/a"
+            shown = "-"
+        else:
+            verdict = "PASS" if value <= target else "MISS"
+            shown = f"{value:.2f}{unit}" if unit == "x" else f"{value:.3f} {unit}"
+        limit = f"<= {target:g}{unit}" if unit == "x" else f"<= {target:g} {unit}"
+        self.rows.append((what, shown, limit, verdict, info))
+
+    def print(self):
+        widths = [max(len(r[i]) for r in self.rows) for i in range(4)]
+        header = ("Target", "Measured", "Limit", "Result")
+        widths = [max(w, len(h)) for w, h in zip(widths, header)]
+        line = "  ".join(h.ljust(w) for h, w in zip(header, widths))
+        print(line)
+        print("-" * len(line))
+        for r in self.rows:
+            text = "  ".join(c.ljust(w) for c, w in zip(r[:4], widths))
+            print(text + (f"  ({r[4]})" if r[4] else ""))
+        passed = sum(1 for r in self.rows if r[3] == "PASS")
+        missed = sum(1 for r in self.rows if r[3] == "MISS")
+        print(f"\n{passed} PASS, {missed} MISS, {len(self.rows) - passed - missed} n/a")
+
+
+def main():
+    if len(sys.argv) != 2:
+        print(__doc__, file=sys.stderr)
+        return 2
+    data, runs = load(sys.argv[1])
+    sizes = sorted({rows for (kind, rows) in runs if kind != "Memory"})
+
+    def t(kind, rows):
+        entry = runs.get((kind, rows))
+        if entry is None or entry.get("error_occurred"):
+            return None
+        return entry["ns"]
+
+    def counter(kind, rows, name):
+        entry = runs.get((kind, rows))
+        return None if entry is None else entry.get(name)
+
+    ctx = data.get("context", {})
+    print(f"torvex_bench on {ctx.get('num_cpus', '?')} CPUs, {ctx.get('date', '')}, "
+          f"load average {ctx.get('load_avg', ['?'])[0]}; steps timed by "
+          f"{ctx.get('torvex_clock', 'wall clock')}")
+    errors = [f"{k}/{r}: {e.get('error_message', '')}" for (k, r), e in runs.items()
+              if e.get("error_occurred")]
+    for error in errors:
+        print(f"ERROR {error}")
+
+    # Raw figures.
+    print("\nMean time per iteration, ms (SetValueRow: one edit and the row read back)")
+    print("".ljust(24) + "".join(f"N={n}".rjust(12) for n in sizes))
+    for kind in TABLE:
+        print(kind.ljust(24) + "".join(fmt_ms(t(kind, n)).rjust(12) for n in sizes))
+    print("Derived".ljust(24))
+    for label, kind, name in (("  cache save", "Torvex/CloseSave", "save_ms"),
+                              ("  cache load", "Torvex/OpenLoad", "load_ms")):
+        cells = []
+        for n in sizes:
+            value = counter(kind, n, name)
+            cells.append("-" if value is None else fmt_ms(value * 1e6))
+        print(label.ljust(24) + "".join(c.rjust(12) for c in cells))
+    print("  (save = closing with a cache folder - closing without; load = opening with the"
+          " file - opening without;\n   both measured in the same iterations, in alternating"
+          " order)")
+
+    for n in sizes:
+        cells = counter("Torvex/FirstEvaluation", n, "cells")
+        failed = counter("Torvex/FirstEvaluation", n, "failed")
+        mismatch = counter("Torvex/FirstEvaluation", n, "unit_mismatch")
+        updated = counter("Torvex/SetValueRow", n, "dependants_updated")
+        if cells:
+            note = (f"N={n}: {cells:.0f} cells, {failed:.0f} without a value, "
+                    f"{mismatch:.0f} with unit mismatch")
+            if updated is not None:
+                note += f"; dependants updated after an edit: {updated * 100:.0f}%"
+            print(note)
+
+    verdicts = Verdicts()
+    for n in sizes:
+        open_ns, parse_ns = t("Torvex/Open", n), t("Baseline/Parse", n)
+        paired = counter("Torvex/Open", n, "paired_parse_ms")
+        separate = open_ns / parse_ns if open_ns and parse_ns else None
+        info = f"separate benchmarks {separate:.2f}x" if separate else ""
+        if open_ns and paired:
+            ratio = open_ns / (paired * 1e6)
+        else:
+            ratio, info = separate, ""
+        verdicts.add(f"Opening N={n} (Open / bare parse)", ratio, 2, info=info)
+    for n in sizes:
+        evaluation = t("Torvex/FirstEvaluation", n)
+        open_ms = counter("Torvex/FirstEvaluation", n, "open_ms")
+        base_ms = counter("Torvex/FirstEvaluation", n, "paired_baseline_ms")
+        if evaluation and open_ms is not None and base_ms:
+            base = base_ms * 1e6
+            ratio = (open_ms * 1e6 + evaluation) / base
+            info = f"evaluation alone {evaluation / base:.2f}x"
+        else:
+            ratio, info = None, ""
+        verdicts.add(f"First evaluation N={n} ((open + eval) / (parse+walk + host))",
+                     ratio, 3, info=info)
+    for n in sizes:
+        warm, cells = t("Torvex/WarmRead", n), counter("Torvex/WarmRead", n, "cells")
+        per_cell = warm / cells / 1e3 if warm and cells else None
+        if n == 10000:
+            verdicts.add(f"Warm re-read N={n} (per cell)", per_cell, 0.5, unit="us")
+    for kind in SCALED:
+        for lo, hi, limit in ((1000, 10000, 12), (10000, 50000, 6)):
+            a, b = t(kind, lo), t(kind, hi)
+            if lo in sizes and hi in sizes:
+                verdicts.add(f"Scaling {kind.split('/')[1]} {lo}->{hi}",
+                             b / a if a and b else None, limit)
+    for (kind, n), entry in sorted(runs.items()):
+        if kind != "Memory":
+            continue
+        lib, tvx = entry.get("libxml2_kb"), entry.get("torvex_kb")
+        reset = "peak reset" if entry.get("peak_reset") else "minus idle child"
+        info = (f"torvex {tvx / 1024:.1f} MiB, libxml2 {lib / 1024:.1f} MiB, {reset}"
+                if lib and tvx else "")
+        verdicts.add(f"Memory N={n} (open+evaluated / libxml2 document)",
+                     tvx / lib if lib and tvx and not entry.get("error_occurred") else None, 4,
+                     info=info)
+
+    print()
+    verdicts.print()
+
+    # The baselines grow on the same machine too: a growth that the bare parse shares is the
+    # machine's (caches, memory), not the library's.
+    growth = []
+    for kind in ("Baseline/Parse", "Baseline/ParseWalk", "Baseline/HostAlone"):
+        steps = []
+        for lo, hi in ((1000, 10000), (10000, 50000)):
+            a, b = t(kind, lo), t(kind, hi)
+            if a and b:
+                steps.append(f"{lo}->{hi} {b / a:.2f}x")
+        if steps:
+            growth.append(f"  {kind}: " + ", ".join(steps))
+    if growth:
+        print("\nGrowth of the baselines on this machine, for comparison:")
+        print("\n".join(growth))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
