@@ -1,7 +1,9 @@
 // XMLNode, read side: empty handles, attribute conversions, navigation.
 
 #include <clocale>
+#include <cwchar>
 #include <functional>
+#include <map>
 
 #include "xml/XmlTestSupport.h"
 
@@ -249,6 +251,61 @@ TEST(XmlNodeReading, NavigationOverChildrenOfEveryKind) {
     EXPECT_EQ(docNode.GetNodeType(), XMLNode::NodeDocument);
     EXPECT_FALSE(docNode.GetParentNode().IsNode());
     EXPECT_FALSE(docNode.GetProperties(names)) << "the document has no attribute map";
+}
+
+// FindChildElement answers what the path name[@attribute="value"] selects among the children.
+TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
+    XMLParser parser(
+        LR"(<Row xmlns:p="urn:p"><Cell ColumnId="a">1</Cell><!-- c -->)"
+        LR"(<Other ColumnId="b">x</Other><Cell ColumnId="B">2</Cell>)"
+        LR"(<Cell ColumnId="b">3</Cell><Cell ColumnId="b">4</Cell>)"
+        LR"(<p:Cell ColumnId="c">5</p:Cell><Cell p:ColumnId="d">6</Cell>)"
+        LR"(<Cell ColumnId="&lt;e&amp;&gt;">7</Cell><Cell ColumnId="">8</Cell></Row>)");
+    const XMLNode row = parser.GetRootNode();
+    struct Case {
+        const wchar_t* name;
+        const wchar_t* attribute;
+        const wchar_t* value;
+        const wchar_t* path;
+    } cases[] = {
+        {L"Cell", L"ColumnId", L"a", LR"(Cell[@ColumnId="a"])"},
+        {L"Cell", L"ColumnId", L"b", LR"(Cell[@ColumnId="b"])"},
+        {L"Cell", L"ColumnId", L"B", LR"(Cell[@ColumnId="B"])"},
+        {L"Cell", L"ColumnId", L"c", LR"(Cell[@ColumnId="c"])"},
+        {L"p:Cell", L"ColumnId", L"c", LR"(p:Cell[@ColumnId="c"])"},
+        {L"Cell", L"p:ColumnId", L"d", LR"(Cell[@p:ColumnId="d"])"},
+        {L"Cell", L"ColumnId", L"<e&>", LR"(Cell[@ColumnId="<e&>"])"},
+        {L"Cell", L"ColumnId", L"", LR"(Cell[@ColumnId=""])"},
+        {L"Cell", L"ColumnId", L"z", LR"(Cell[@ColumnId="z"])"},
+    };
+    for (const Case& c : cases) {
+        XMLNode found;
+        XMLNode selected;
+        const bool byWalk = row.FindChildElement(c.name, c.attribute, c.value, found);
+        // The prefix p is not bound in XPath, so the prefixed cases have no path answer.
+        const bool prefixed = std::wcschr(c.name, L':') || std::wcschr(c.attribute, L':');
+        WideString text;
+        if (!prefixed) {
+            EXPECT_EQ(byWalk, row.GetChildNode(c.path, selected)) << c.path;
+            EXPECT_TRUE(found.IsSameNode(selected)) << c.path;
+        }
+        if (byWalk)
+            found.GetNodeText(text);
+        const std::map<std::wstring, std::wstring> expected = {
+            {L"a", L"1"}, {L"b", L"3"},    {L"B", L"2"}, {L"c", L"5"},
+            {L"d", L"6"}, {L"<e&>", L"7"}, {L"", L"8"}};
+        const bool expectFound =
+            !(c.value == std::wstring(L"z")) &&
+            !(std::wstring(c.name) == L"Cell" && c.value == std::wstring(L"c"));
+        EXPECT_EQ(byWalk, expectFound) << c.path;
+        if (expectFound) {
+            EXPECT_EQ(text, expected.at(c.value)) << c.path;
+        }
+    }
+    XMLNode untouched;
+    EXPECT_FALSE(XMLNode().FindChildElement(L"Cell", L"ColumnId", L"a", untouched));
+    EXPECT_FALSE(row.FindChildElement(L"Cell", nullptr, L"a", untouched));
+    EXPECT_FALSE(untouched.IsNode());
 }
 
 TEST(XmlNodeReading, IdentityIsThatOfTheNode) {

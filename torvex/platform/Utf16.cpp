@@ -9,45 +9,47 @@ bool IsScalar(char32_t c) {
     return c < 0x110000 && (c < 0xD800 || c > 0xDFFF);
 }
 
-void AppendUtf8(std::string& out, char32_t c) {
-    if (!IsScalar(c))
-        c = kReplacement;
-    if (c < 0x80) {
-        out.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-}
-
 } // namespace
 
 std::string ToUtf8(std::wstring_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (wchar_t w : text)
-        AppendUtf8(out, static_cast<char32_t>(w));
+    // Sized once for the worst case (4 bytes a character), written through a pointer, cut to
+    // length: whole documents pass through here when they are parsed.
+    std::string out(text.size() * 4, '\0');
+    char* p = out.data();
+    for (wchar_t w : text) {
+        char32_t c = static_cast<char32_t>(w);
+        if (c < 0x80) {
+            *p++ = static_cast<char>(c);
+            continue;
+        }
+        if (!IsScalar(c))
+            c = kReplacement;
+        if (c < 0x800) {
+            *p++ = static_cast<char>(0xC0 | (c >> 6));
+        } else if (c < 0x10000) {
+            *p++ = static_cast<char>(0xE0 | (c >> 12));
+            *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        } else {
+            *p++ = static_cast<char>(0xF0 | (c >> 18));
+            *p++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+            *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        }
+        *p++ = static_cast<char>(0x80 | (c & 0x3F));
+    }
+    out.resize(static_cast<size_t>(p - out.data()));
     return out;
 }
 
 std::wstring FromUtf8(std::string_view bytes) {
-    std::wstring out;
-    out.reserve(bytes.size());
+    // Never more characters than bytes: sized once, cut to length.
+    std::wstring out(bytes.size(), L'\0');
+    wchar_t* o = out.data();
     size_t i = 0;
     const size_t n = bytes.size();
     while (i < n) {
         const unsigned char b = static_cast<unsigned char>(bytes[i]);
         if (b < 0x80) {
-            out.push_back(static_cast<wchar_t>(b));
+            *o++ = static_cast<wchar_t>(b);
             ++i;
             continue;
         }
@@ -61,7 +63,7 @@ std::wstring FromUtf8(std::string_view bytes) {
         } else if ((b & 0xF8) == 0xF0) {
             extra = 3, c = b & 0x07, minimum = 0x10000;
         } else {
-            out.push_back(static_cast<wchar_t>(kReplacement));
+            *o++ = static_cast<wchar_t>(kReplacement);
             ++i;
             continue;
         }
@@ -75,13 +77,14 @@ std::wstring FromUtf8(std::string_view bytes) {
             c = (c << 6) | (static_cast<unsigned char>(bytes[j]) & 0x3F);
         }
         if (!ok || c < minimum || !IsScalar(c)) {
-            out.push_back(static_cast<wchar_t>(kReplacement));
+            *o++ = static_cast<wchar_t>(kReplacement);
             i = ok ? j : (j > i + 1 ? j : i + 1);
             continue;
         }
-        out.push_back(static_cast<wchar_t>(c));
+        *o++ = static_cast<wchar_t>(c);
         i = j;
     }
+    out.resize(static_cast<size_t>(o - out.data()));
     return out;
 }
 

@@ -363,6 +363,28 @@ XMLNodeArray XMLNode::GetChildNodes() const {
     return children;
 }
 
+bool XMLNode::FindChildElement(const wchar_t* name, const wchar_t* attribute, const wchar_t* value,
+                               XMLNode& out) const {
+    if (node_ == nullptr || name == nullptr || attribute == nullptr || value == nullptr) {
+        return false;
+    }
+    // Converted once; the children are compared in libxml2's own UTF-8 without copies.
+    const std::string elementName = Utf8(name);
+    const std::string attributeName = Utf8(attribute);
+    const std::string wanted = Utf8(value);
+    for (xmlNodePtr child = FirstChild(ToXml(node_)); child != nullptr; child = child->next) {
+        if (child->type != XML_ELEMENT_NODE || !QNameEquals(child, elementName.c_str())) {
+            continue;
+        }
+        xmlAttrPtr attr = FindAttribute(child, attributeName.c_str());
+        if (attr != nullptr && AttrValueEquals(attr, wanted.c_str())) {
+            out = Wrap(child);
+            return true;
+        }
+    }
+    return false;
+}
+
 bool XMLNode::GetFirstChildNode(XMLNode& out) const {
     if (node_ == nullptr) {
         return false;

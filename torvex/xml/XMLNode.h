@@ -91,6 +91,11 @@ public:
     /// First match in document order of the XPath expression `name` with this node as context;
     /// false and `out` unchanged for no match, an empty node, a null or rejected expression.
     bool GetChildNode(const wchar_t* name, XMLNode& out) const;
+    /// The first child element called `name` whose attribute `attribute` is exactly `value`: what
+    /// name[@attribute="value"] selects among the children, found without XPath. False and `out`
+    /// unchanged for an empty node, a null argument or no match.
+    bool FindChildElement(const wchar_t* name, const wchar_t* attribute, const wchar_t* value,
+                          XMLNode& out) const;
     /// Direct children whose nodeName equals `name` exactly (no XPath); `out` emptied first; true
     /// even without a match; false for an empty node or a null name.
     bool GetChildNodes(const wchar_t* name, XMLNodeArray& out) const;

@@ -648,6 +648,47 @@ std::string NodeName(xmlNodePtr node) {
     }
 }
 
+bool QNameEquals(xmlNodePtr node, const char* qname) {
+    if (node->name == nullptr) {
+        return *qname == '\0';
+    }
+    xmlNsPtr ns = *NsField(node);
+    if (ns != nullptr && ns->prefix != nullptr) {
+        const size_t prefix = std::strlen(C(ns->prefix));
+        if (std::strncmp(qname, C(ns->prefix), prefix) != 0 || qname[prefix] != ':') {
+            return false;
+        }
+        qname += prefix + 1;
+    }
+    return std::strcmp(qname, C(node->name)) == 0;
+}
+
+xmlAttrPtr FindAttribute(xmlNodePtr element, const char* qname) {
+    for (xmlAttrPtr attr = element->properties; attr != nullptr; attr = attr->next) {
+        if (QNameEquals(reinterpret_cast<xmlNodePtr>(attr), qname)) {
+            return attr;
+        }
+    }
+    return nullptr;
+}
+
+bool AttrValueEquals(xmlAttrPtr attr, const char* value) {
+    // The value may stand in several text nodes; compare piece by piece without joining them.
+    const size_t length = std::strlen(value);
+    size_t at = 0;
+    for (xmlNodePtr text = attr->children; text != nullptr; text = text->next) {
+        if (text->content == nullptr) {
+            continue;
+        }
+        const size_t piece = std::strlen(C(text->content));
+        if (piece > length - at || std::memcmp(value + at, text->content, piece) != 0) {
+            return false;
+        }
+        at += piece;
+    }
+    return at == length;
+}
+
 int NodeType(xmlNodePtr node) {
     int type = static_cast<int>(node->type);
     if (type >= 1 && type <= 11) {
@@ -722,12 +763,7 @@ std::string AttrValue(xmlAttrPtr attr) {
 }
 
 xmlAttrPtr FindAttr(xmlNodePtr element, const std::string& name) {
-    for (xmlAttrPtr attr = element->properties; attr != nullptr; attr = attr->next) {
-        if (QName(attr) == name) {
-            return attr;
-        }
-    }
-    return nullptr;
+    return FindAttribute(element, name.c_str());
 }
 
 // For "xmlns" and "xmlns:p": true, with the declared prefix (empty for the default namespace).

@@ -79,6 +79,12 @@ bool IsXmlText(const wchar_t* text);
 
 /// DOM nodeName: qualified name of an element or attribute, "#text", "#document", a PI's target.
 std::string NodeName(xmlNodePtr node);
+/// True when the element's or attribute's qualified name is `qname`; allocates nothing.
+bool QNameEquals(xmlNodePtr node, const char* qname);
+/// True when the attribute's value is exactly `value` (UTF-8); allocates nothing.
+bool AttrValueEquals(xmlAttrPtr attr, const char* value);
+/// Attribute lookup by qualified name, no namespace declarations; null when absent.
+xmlAttrPtr FindAttribute(xmlNodePtr element, const char* qname);
 /// DOM nodeType (XMLNode::NodeType).
 int NodeType(xmlNodePtr node);
 /// True for a node kind that holds a value (text, CDATA, comment, PI, attribute).
