@@ -39,6 +39,10 @@ CTableValueCache::~CTableValueCache() {
 }
 
 CValueCache* CTableValueCache::GetRowCache(const WideString& rowId, bool create) {
+    return RowCache(rowId, create);
+}
+
+CValueCache* CTableValueCache::RowCache(std::wstring_view rowId, bool create) {
     // A column walks its cells row by row, so the last row looked up is remembered.
     if (rowId == m_lastRowId)
         return m_lastRowCache;
@@ -52,24 +56,35 @@ CValueCache* CTableValueCache::GetRowCache(const WideString& rowId, bool create)
         return nullptr;
     auto cache = std::make_unique<CValueCacheLoc>(this);
     CValueCache* created = cache.get();
-    m_rows.emplace(rowId, cache.release());
+    m_rows.emplace(WideString(rowId), cache.release());
     m_lastRowId = rowId;
     m_lastRowCache = created;
     m_dirty = true;
     return created;
 }
 
-int CTableValueCache::GetValue(const WideString& rowId, const WideString& columnId,
-                               const WideString& language, WideString& value) {
-    CValueCache* row = GetRowCache(rowId, false);
+int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view columnId,
+                               std::wstring_view language, WideString& value) {
+    // GetRowCache without creation, by view: the memo first, then the map.
+    CValueCache* row = nullptr;
+    if (rowId == m_lastRowId) {
+        row = m_lastRowCache;
+    } else if (auto found = m_rows.find(rowId); found != m_rows.end()) {
+        m_lastRowId = rowId;
+        m_lastRowCache = row = found->second;
+    }
     if (!row)
         return 1;
-    return row->GetCachedValue(columnId, language, value);
+    const WideString* cached = row->FindCachedValue(columnId, language);
+    if (!cached)
+        return 1;
+    value = *cached;
+    return 0;
 }
 
-void CTableValueCache::SetValue(const WideString& rowId, const WideString& columnId,
+void CTableValueCache::SetValue(std::wstring_view rowId, const WideString& columnId,
                                 const WideString& language, const WideString& value) {
-    CValueCache* row = GetRowCache(rowId, true);
+    CValueCache* row = RowCache(rowId, true);
     if (!row)
         return; // an empty row id while no row is remembered has no cache
     row->SetCachedValue(columnId, language, value);

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <string_view>
 
 namespace torvex {
 
@@ -26,11 +27,12 @@ public:
     /// The row's cache; with `create`, a new one is made when absent. Null when absent and not
     /// created (also for an empty row id while no row is remembered).
     CValueCache* GetRowCache(const WideString& rowId, bool create);
-    /// Copies a cached value: 0 on a hit, 1 on a miss (nothing is created).
-    int GetValue(const WideString& rowId, const WideString& columnId, const WideString& language,
+    /// Copies a cached value: 0 on a hit, 1 on a miss (nothing is created). Looks up by view, so
+    /// that a read copies no key.
+    int GetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                  WideString& value);
     /// Stores or overwrites a value, creating the row cache; never fails.
-    void SetValue(const WideString& rowId, const WideString& columnId, const WideString& language,
+    void SetValue(std::wstring_view rowId, const WideString& columnId, const WideString& language,
                   const WideString& value);
     /// Forgets one value; silent when it is not cached.
     void ClearValue(const WideString& rowId, const WideString& columnId,
@@ -73,7 +75,9 @@ public:
     const WideStringList& GetLanguageNames() const { return m_languageNames; }
 
 private:
-    std::map<WideString, CValueCache*> m_rows;
+    // GetRowCache by view: a hit on the memo or the map copies no key.
+    CValueCache* RowCache(std::wstring_view rowId, bool create);
+    std::map<WideString, CValueCache*, std::less<>> m_rows;
     std::map<WideString, uint16_t> m_languageIndexes;
     std::map<WideString, uint16_t> m_columnIndexes;
     WideStringList m_columnNames;

@@ -3,6 +3,8 @@
 
 #include "torvex/platform/WideString.h"
 
+#include <string_view>
+
 namespace torvex {
 
 class CCacheArchive;
@@ -30,6 +32,10 @@ public:
     /// Writes the row's values to the cache file; answers 1. Throws CCacheArchive::Failure when
     /// the file cannot be written.
     virtual int Save(CCacheArchive& archive) = 0;
+    /// The cached value of a column in a language, or null on a miss; the read path of the
+    /// table, which copies no key. The pointer is valid until the next change of this cache.
+    virtual const WideString* FindCachedValue(std::wstring_view columnId,
+                                              std::wstring_view language) const = 0;
 };
 
 } // namespace torvex

@@ -33,21 +33,25 @@ void CValueCacheLoc::SetCachedValue(const WideString& columnId, const WideString
 
 int CValueCacheLoc::GetCachedValue(const WideString& columnId, const WideString& language,
                                    WideString& value) {
+    const WideString* found = FindCachedValue(columnId, language);
+    if (!found)
+        return 1;
+    value = *found;
+    return 0;
+}
+
+const WideString* CValueCacheLoc::FindCachedValue(std::wstring_view columnId,
+                                                  std::wstring_view language) const {
     auto lang = m_languages.find(language);
     if (lang == m_languages.end())
-        return 1;
+        return nullptr;
     auto column = lang->second.find(columnId);
-    if (column == lang->second.end())
-        return 1;
-    value = column->second;
-    return 0;
+    return column == lang->second.end() ? nullptr : &column->second;
 }
 
 // Erases the column from one language, and the language once it holds nothing more. True when
 // the language was erased.
-bool CValueCacheLoc::ClearIn(
-    std::map<WideString, std::map<WideString, WideString>>::iterator language,
-    const WideString& columnId) {
+bool CValueCacheLoc::ClearIn(LanguageMap::iterator language, const WideString& columnId) {
     auto column = language->second.find(columnId);
     if (column == language->second.end())
         return false;

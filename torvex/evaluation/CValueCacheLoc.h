@@ -33,16 +33,22 @@ public:
     /// Answers 1; throws CCacheArchive::Failure when the file cannot be written.
     int Save(CCacheArchive& archive) override;
 
+    /// The value or null; see CValueCache.
+    const WideString* FindCachedValue(std::wstring_view columnId,
+                                      std::wstring_view language) const override;
+
     /// Number of languages that hold values.
     size_t GetLanguageCount() const { return m_languages.size(); }
 
 private:
     void MarkOwnerDirty();
-    bool ClearIn(std::map<WideString, std::map<WideString, WideString>>::iterator language,
-                 const WideString& columnId);
+    // Maps with transparent comparison, so that a lookup by string view copies no key.
+    using ColumnValues = std::map<WideString, WideString, std::less<>>;
+    using LanguageMap = std::map<WideString, ColumnValues, std::less<>>;
+    bool ClearIn(LanguageMap::iterator language, const WideString& columnId);
 
     CTableValueCache* m_owner;
-    std::map<WideString, std::map<WideString, WideString>> m_languages;
+    LanguageMap m_languages;
 };
 
 } // namespace torvex

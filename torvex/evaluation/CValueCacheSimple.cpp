@@ -20,6 +20,12 @@ void CValueCacheSimple::SetCachedValue(const WideString& columnId, const WideStr
     MarkOwnerDirty();
 }
 
+const WideString* CValueCacheSimple::FindCachedValue(std::wstring_view columnId,
+                                                     std::wstring_view) const {
+    auto column = m_values.find(columnId);
+    return column == m_values.end() ? nullptr : &column->second;
+}
+
 int CValueCacheSimple::GetCachedValue(const WideString& columnId, const WideString&,
                                       WideString& value) {
     auto column = m_values.find(columnId);

@@ -22,6 +22,9 @@ public:
     /// 0 on a hit (value copied), 1 on a miss; the language is ignored.
     int GetCachedValue(const WideString& columnId, const WideString& language,
                        WideString& value) override;
+    /// The value or null; the language plays no part.
+    const WideString* FindCachedValue(std::wstring_view columnId,
+                                      std::wstring_view language) const override;
     /// Forgets the column; silent on a miss.
     void ClearColumn(const WideString& columnId) override;
     /// Forgets the column (the language is ignored); silent on a miss.
@@ -40,7 +43,7 @@ private:
     void MarkOwnerDirty();
 
     CTableValueCache* m_owner;
-    std::map<WideString, WideString> m_values;
+    std::map<WideString, WideString, std::less<>> m_values;
 };
 
 } // namespace torvex

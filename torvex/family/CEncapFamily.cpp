@@ -105,6 +105,11 @@ void CEncapFamily::ClearData() {
     m_languages.clear();
 }
 
+const WideString& CEncapFamily::ActualLanguage() const {
+    static const WideString none;
+    return m_languages.empty() ? none : m_languages.front();
+}
+
 void CEncapFamily::GetActualLanguage(WideString& out) const {
     if (m_languages.empty())
         out.clear();

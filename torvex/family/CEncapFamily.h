@@ -52,6 +52,8 @@ public:
     wchar_t GetDecimalSeparator() const { return m_decimalSeparator; }
     /// Entry 0 of the language list; an empty text when no string document parsed.
     void GetActualLanguage(WideString& out) const;
+    /// The actual language without a copy; empty when no string document was opened.
+    const WideString& ActualLanguage() const;
     /// The string document of the language at that index of the list; false for an index out
     /// of range.
     bool GetStringsFamilyXML(int index, XMLParser& out) const;

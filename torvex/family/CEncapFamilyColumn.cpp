@@ -95,10 +95,12 @@ Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* languag
                                     WideString& out) {
     if (!m_table)
         return CTableEvaluator::EvalNoValue;
+    // A hit, the common case, copies no key.
+    if (m_cache &&
+        m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"", out) == 0)
+        return CTableEvaluator::EvalOk;
     const WideString row = Text(rowId);
     const WideString lang = Text(language);
-    if (m_cache && m_cache->GetValue(row, m_columnId, lang, out) == 0)
-        return CTableEvaluator::EvalOk;
     // The row id and the status are never evaluated: they answer the raw cell.
     if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
         SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus)) {
@@ -170,7 +172,7 @@ void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* valu
 void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* language,
                                        const wchar_t* value) {
     if (m_cache)
-        m_cache->SetValue(Text(rowId), m_columnId, Text(language), Text(value));
+        m_cache->SetValue(rowId ? rowId : L"", m_columnId, Text(language), Text(value));
 }
 
 void CEncapFamilyColumn::InvalidateCache(const WideString& rowId, const WideString& language) {

@@ -273,9 +273,8 @@ bool CEncapFamilyTable::IsColumnMaterial(const wchar_t* columnId) const {
 
 CTableEvaluator::EvaluateResult
 CEncapFamilyTable::GetValue(const wchar_t* rowId, const wchar_t* columnId, WideString& out) {
-    WideString language;
-    GetActualLanguage(language);
-    return GetValue(rowId, columnId, language.c_str(), out);
+    // The actual language is read in place: a read of a cached cell copies no text but the value.
+    return GetValue(rowId, columnId, m_family ? m_family->ActualLanguage().c_str() : L"", out);
 }
 
 CTableEvaluator::EvaluateResult CEncapFamilyTable::GetValue(const wchar_t* rowId,

@@ -10,10 +10,13 @@
 // The map never owns what its values point to: owners walk the map and delete before
 // RemoveAll.
 
+#include "torvex/platform/AsciiText.h"
 #include "torvex/platform/WideString.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <cwchar>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -27,29 +30,15 @@ namespace torvex {
 /// character stands as it is, whatever locale the host has set. Never fails.
 inline WideString FoldMapKey(const wchar_t* key) {
     WideString folded = key ? key : L"";
-    for (wchar_t& c : folded) {
-        if (c >= L'a' && c <= L'z')
-            c = static_cast<wchar_t>(c - (L'a' - L'A'));
-    }
+    for (wchar_t& c : folded)
+        c = platform::AsciiUpper(c);
     return folded;
 }
 
 /// True when the two texts are equal once folded as map keys are (ASCII letters only). Ids and
 /// object kinds compare this way wherever they compare ignoring case. Never fails.
 inline bool SameTextIgnoringCase(std::wstring_view a, std::wstring_view b) {
-    if (a.size() != b.size())
-        return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        wchar_t x = a[i];
-        wchar_t y = b[i];
-        if (x >= L'a' && x <= L'z')
-            x = static_cast<wchar_t>(x - (L'a' - L'A'));
-        if (y >= L'a' && y <= L'z')
-            y = static_cast<wchar_t>(y - (L'a' - L'A'));
-        if (x != y)
-            return false;
-    }
-    return true;
+    return platform::EqualsIgnoringAsciiCase(a, b);
 }
 
 /// The bucket of an already folded key in a table of `buckets` buckets: hash = hash * 33 + unit
@@ -121,7 +110,8 @@ public:
 
     /// True and a copy of the value in `out`; false and `out` untouched when the key is absent.
     bool Lookup(const wchar_t* key, V& out) const {
-        const Node* node = Find(FoldMapKey(key));
+        const Node* node =
+            WithFoldedKey(key, [this](std::wstring_view folded) { return Find(folded); });
         if (!node)
             return false;
         out = node->value;
@@ -192,7 +182,23 @@ private:
         unsigned char bytes[sizeof(Node)];
     };
 
-    Node* Find(const WideString& folded) const {
+    // Calls fn with the key folded as the map folds it; a short key is folded on the stack, so a
+    // lookup allocates nothing.
+    template <class F> static auto WithFoldedKey(const wchar_t* key, F&& fn) {
+        const wchar_t* text = key ? key : L"";
+        const size_t length = std::wcslen(text);
+        wchar_t local[64];
+        WideString heap;
+        wchar_t* folded = local;
+        if (length > std::size(local)) {
+            heap.resize(length);
+            folded = heap.data();
+        }
+        for (size_t i = 0; i < length; ++i)
+            folded[i] = platform::AsciiUpper(text[i]);
+        return fn(std::wstring_view(folded, length));
+    }
+    Node* Find(std::wstring_view folded) const {
         if (m_count == 0)
             return nullptr;
         auto found = m_index.find(std::wstring_view(folded));

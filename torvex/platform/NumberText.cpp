@@ -87,11 +87,19 @@ std::wstring FormatGeneral(double value, int precision) {
     else if (precision == 0)
         precision = 1;
     // The longest exact form (a denormal) has 767 significant digits; room for sign, point and
-    // exponent besides.
-    std::string buffer(static_cast<size_t>(std::min(precision, 800)) + 16, '\0');
-    auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
-                                std::chars_format::general, precision);
-    return Widen(buffer.data(), result.ptr);
+    // exponent besides. The usual precisions fit a buffer on the stack.
+    char local[64];
+    std::string heap;
+    char* buffer = local;
+    size_t size = sizeof local;
+    if (precision > 40) {
+        heap.resize(static_cast<size_t>(std::min(precision, 800)) + 16);
+        buffer = heap.data();
+        size = heap.size();
+    }
+    auto result =
+        std::to_chars(buffer, buffer + size, value, std::chars_format::general, precision);
+    return Widen(buffer, result.ptr);
 }
 
 double ParseLeadingDouble(const wchar_t* text, size_t* consumed) {

@@ -1,5 +1,6 @@
 #include "torvex/xml/XMLNode.h"
 
+#include <cwchar>
 #include <string>
 #include <utility>
 #include <vector>
@@ -363,24 +364,113 @@ XMLNodeArray XMLNode::GetChildNodes() const {
     return children;
 }
 
+namespace {
+
+// True when libxml2's UTF-8 text equals the wide text; compares in place, allocates nothing.
+bool Utf8EqualsWide(const xmlChar* utf8, const wchar_t* wide) {
+    const auto* u = reinterpret_cast<const unsigned char*>(utf8 != nullptr ? utf8 : BAD_CAST "");
+    for (; *wide; ++wide) {
+        auto c = static_cast<uint32_t>(*wide);
+        if (c < 0x80) {
+            if (*u++ != c) {
+                return false;
+            }
+            continue;
+        }
+        unsigned char bytes[4];
+        int n = 0;
+        if (c >= 0x110000 || (c >= 0xD800 && c <= 0xDFFF)) {
+            c = 0xFFFD; // what the layer writes for such a character
+        }
+        if (c < 0x800) {
+            bytes[n++] = static_cast<unsigned char>(0xC0 | (c >> 6));
+        } else if (c < 0x10000) {
+            bytes[n++] = static_cast<unsigned char>(0xE0 | (c >> 12));
+            bytes[n++] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+        } else {
+            bytes[n++] = static_cast<unsigned char>(0xF0 | (c >> 18));
+            bytes[n++] = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
+            bytes[n++] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+        }
+        bytes[n++] = static_cast<unsigned char>(0x80 | (c & 0x3F));
+        for (int i = 0; i < n; ++i) {
+            if (*u++ != bytes[i]) {
+                return false;
+            }
+        }
+    }
+    return *u == 0;
+}
+
+// The ASCII run compared inline, the rest (if any) by the function above: most comparisons of a
+// child's name or attribute end at the first character.
+inline bool TextEquals(const xmlChar* utf8, const wchar_t* wide) {
+    const auto* u = reinterpret_cast<const unsigned char*>(utf8 != nullptr ? utf8 : BAD_CAST "");
+    for (; *wide != 0 && static_cast<uint32_t>(*wide) < 0x80; ++wide, ++u) {
+        if (*u != static_cast<unsigned char>(*wide)) {
+            return false;
+        }
+    }
+    return *wide == 0 ? *u == 0 : Utf8EqualsWide(u, wide);
+}
+
+bool HasPrefix(xmlNsPtr ns) {
+    return ns != nullptr && ns->prefix != nullptr;
+}
+
+} // namespace
+
 bool XMLNode::FindChildElement(const wchar_t* name, const wchar_t* attribute, const wchar_t* value,
                                XMLNode& out) const {
     if (node_ == nullptr || name == nullptr || attribute == nullptr || value == nullptr) {
         return false;
     }
-    // Converted once; the children are compared in libxml2's own UTF-8 without copies.
-    const std::string elementName = Utf8(name);
-    const std::string attributeName = Utf8(attribute);
-    const std::string wanted = Utf8(value);
+    // Names without a prefix (the usual case) are compared in place against libxml2's UTF-8,
+    // so that a lookup allocates nothing; a prefixed name takes the general route.
+    const bool plainNames =
+        std::wcschr(name, L':') == nullptr && std::wcschr(attribute, L':') == nullptr;
+    std::string general[3];
+    if (!plainNames) {
+        general[0] = Utf8(name);
+        general[1] = Utf8(attribute);
+        general[2] = Utf8(value);
+    }
     for (xmlNodePtr child = FirstChild(ToXml(node_)); child != nullptr; child = child->next) {
-        if (child->type != XML_ELEMENT_NODE || !QNameEquals(child, elementName.c_str())) {
+        if (child->type != XML_ELEMENT_NODE) {
             continue;
         }
-        xmlAttrPtr attr = FindAttribute(child, attributeName.c_str());
-        if (attr != nullptr && AttrValueEquals(attr, wanted.c_str())) {
-            out = Wrap(child);
-            return true;
+        xmlAttrPtr match = nullptr;
+        if (plainNames) {
+            if (HasPrefix(child->ns) || !TextEquals(child->name, name)) {
+                continue;
+            }
+            for (xmlAttrPtr attr = child->properties; attr != nullptr; attr = attr->next) {
+                if (!HasPrefix(attr->ns) && TextEquals(attr->name, attribute)) {
+                    match = attr;
+                    break;
+                }
+            }
+            if (match == nullptr) {
+                continue;
+            }
+            xmlNodePtr only = match->children;
+            const bool equal = (only != nullptr && only->next == nullptr)
+                                   ? TextEquals(only->content, value)
+                                   : AttrValueEquals(match, Utf8(value).c_str());
+            if (!equal) {
+                continue;
+            }
+        } else {
+            if (!QNameEquals(child, general[0].c_str())) {
+                continue;
+            }
+            match = FindAttribute(child, general[1].c_str());
+            if (match == nullptr || !AttrValueEquals(match, general[2].c_str())) {
+                continue;
+            }
         }
+        out = Wrap(child);
+        return true;
     }
     return false;
 }

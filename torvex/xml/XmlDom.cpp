@@ -653,6 +653,9 @@ bool QNameEquals(xmlNodePtr node, const char* qname) {
         return *qname == '\0';
     }
     xmlNsPtr ns = *NsField(node);
+    if (ns == nullptr || ns->prefix == nullptr) {
+        return std::strcmp(qname, C(node->name)) == 0;
+    }
     if (ns != nullptr && ns->prefix != nullptr) {
         const size_t prefix = std::strlen(C(ns->prefix));
         if (std::strncmp(qname, C(ns->prefix), prefix) != 0 || qname[prefix] != ':') {
@@ -673,6 +676,11 @@ xmlAttrPtr FindAttribute(xmlNodePtr element, const char* qname) {
 }
 
 bool AttrValueEquals(xmlAttrPtr attr, const char* value) {
+    // Nearly always one text node: a plain comparison that stops at the first difference.
+    xmlNodePtr only = attr->children;
+    if (only != nullptr && only->next == nullptr && only->content != nullptr) {
+        return std::strcmp(value, C(only->content)) == 0;
+    }
     // The value may stand in several text nodes; compare piece by piece without joining them.
     const size_t length = std::strlen(value);
     size_t at = 0;
