@@ -253,7 +253,15 @@ bool XMLNode::GetNodeText(WideString& out) const {
     if (node_ == nullptr) {
         return false;
     }
-    out = platform::FromUtf8(xmldetail::NodeText(ToXml(node_)));
+    // An element that holds one text node, as a cell does, is decoded in place.
+    xmlNodePtr node = ToXml(node_);
+    xmlNodePtr only = node->type == XML_ELEMENT_NODE ? node->children : nullptr;
+    if (only != nullptr && only->next == nullptr && only->type == XML_TEXT_NODE) {
+        out = platform::FromUtf8(
+            only->content != nullptr ? reinterpret_cast<const char*>(only->content) : "");
+        return true;
+    }
+    out = platform::FromUtf8(xmldetail::NodeText(node));
     return true;
 }
 
