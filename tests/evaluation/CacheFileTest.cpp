@@ -3,24 +3,30 @@
 
 #include "CacheTestSupport.h"
 
+#include "platform/ScopedEnvironment.h"
+
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/platform/UserLocale.h"
 #include "torvex/platform/Utf16.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 using namespace torvex;
 using torvex::testing::Cached;
+using torvex::testing::Fields;
 using torvex::testing::FileBytes;
 using torvex::testing::Header;
 using torvex::testing::ScratchDirectory;
 
 namespace {
 
+// The written file matches bytes built by hand from the layout (version, column and language
+// tables, rows with their languages and values; a column outside the table as 0xFFFF), and
+// reads back to the same values.
 TEST(CacheFile, WritesTheLayoutAndReadsItBack) {
     ScratchDirectory dir;
     {
@@ -53,6 +59,8 @@ TEST(CacheFile, WritesTheLayoutAndReadsItBack) {
     EXPECT_EQ(Cached(loaded, L"R1", L"Length", L"de"), std::nullopt);
 }
 
+// Strings use the byte, 16-bit or 32-bit length form by their length, at the exact limits, and
+// read back.
 TEST(CacheFile, WriterUsesTheShortestLengthForm) {
     const std::vector<size_t> lengths = {0, 1, 254, 255, 65533, 65534, 70000};
     ScratchDirectory dir;
@@ -86,6 +94,8 @@ TEST(CacheFile, WriterUsesTheShortestLengthForm) {
             << lengths[i];
 }
 
+// The reader takes every length form, wide or narrow (narrow bytes read as Latin-1), anywhere a
+// string stands.
 TEST(CacheFile, ReaderAcceptsEveryStringForm) {
     FileBytes b;
     b.I32(1).U16(5).Str(u"byte").StrWordLength(u"word").StrDwordLength(u"dword");
@@ -154,6 +164,7 @@ TEST(CacheFile, CutFileKeepsWhatWasReadInFull) {
     }
 }
 
+// A file of another version loads as an empty cache (true), and is written over as version 1.
 TEST(CacheFile, OtherVersionGivesAnEmptyCacheAndTrue) {
     ScratchDirectory dir;
     FileBytes b;
@@ -172,117 +183,72 @@ TEST(CacheFile, OtherVersionGivesAnEmptyCacheAndTrue) {
     EXPECT_EQ(dir.Read(), expected.Bytes());
 }
 
-// Damaged or unusual files: what the reader keeps and what it answers.
+// Damaged or unusual files: what the reader keeps (cells of R1 in en) and what it answers.
 TEST(CacheFile, LoadRules) {
     struct Case {
         const char* name;
         std::string bytes;
         bool loads;
         size_t rows;
-        std::vector<std::pair<WideString, std::optional<WideString>>> cells; // row|column|en
+        std::vector<std::pair<WideString, std::optional<WideString>>> cells;
     };
-    auto file = [](auto build) {
-        FileBytes b;
-        build(b);
-        return b.Bytes();
-    };
+    const std::string a = Header({u"A"}, {u"en"}).Bytes();
+    const std::string ab = Header({u"A", u"B"}, {u"en"}).Bytes();
     const std::vector<Case> cases = {
         {"column index 0xFFFF is dropped, reading stays in step",
-         file([](FileBytes& b) {
-             b = Header({u"A", u"B"}, {u"en"});
-             b.I32(1).Str(u"R1").I32(1).U16(0).I32(3);
-             b.U16(0).Str(u"a").U16(0xFFFF).Str(u"lost").U16(1).Str(u"b");
-         }),
+         ab + Fields("i:1 s:R1 i:1 h:0 i:3 h:0 s:a h:0xFFFF s:lost h:1 s:b"),
          true,
          1,
          {{L"A", L"a"}, {L"B", L"b"}}},
         {"column index beyond the column table is dropped",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(1).Str(u"R1").I32(1).U16(0).I32(2).U16(1).Str(u"lost").U16(0).Str(u"a");
-         }),
+         a + Fields("i:1 s:R1 i:1 h:0 i:2 h:1 s:lost h:0 s:a"),
          true,
          1,
          {{L"A", L"a"}}},
         {"column count of 32768 reads negative: no column is read",
-         file([](FileBytes& b) {
-             b.I32(1).U16(0x8000).U16(1).Str(u"en");
-             b.I32(1).Str(u"R1").I32(1).U16(0).I32(1).U16(0).Str(u"v");
-         }),
+         Fields("i:1 h:0x8000 h:1 s:en i:1 s:R1 i:1 h:0 i:1 h:0 s:v"),
          true,
          1,
          {{L"A", std::nullopt}}},
         {"language count of 65535 reads negative: no language is read",
-         file([](FileBytes& b) {
-             b.I32(1).U16(1).Str(u"A").U16(0xFFFF);
-             b.I32(2).Str(u"R1").I32(0).Str(u"R2").I32(0);
-         }),
+         Fields("i:1 h:1 s:A h:0xFFFF i:2 s:R1 i:0 s:R2 i:0"),
          true,
          2,
          {{L"A", std::nullopt}}},
-        {"negative row count",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(-1).Str(u"R1").I32(1).U16(0).I32(1).U16(0).Str(u"v");
-         }),
-         false,
-         0,
-         {}},
-        {"no rows", file([](FileBytes& b) { b = Header({u"A"}, {u"en"}).I32(0); }), false, 0, {}},
+        {"negative row count", a + Fields("i:-1 s:R1 i:1 h:0 i:1 h:0 s:v"), false, 0, {}},
+        {"no rows", a + Fields("i:0"), false, 0, {}},
         {"language index out of range: the entry's body is not read",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(1).Str(u"R1").I32(3).U16(1).U16(0x8001).U16(0).I32(1).U16(0).Str(u"a");
-         }),
+         a + Fields("i:1 s:R1 i:3 h:1 h:0x8001 h:0 i:1 h:0 s:a"),
          true,
          1,
          {{L"A", L"a"}}},
         {"language entered twice in a row: the row keeps what came before",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(2).Str(u"R1").I32(2).U16(0).I32(1).U16(0).Str(u"a");
-             b.U16(0).I32(1).U16(0).Str(u"again");
-             b.Str(u"R2").I32(0);
-         }),
+         a + Fields("i:2 s:R1 i:2 h:0 i:1 h:0 s:a h:0 i:1 h:0 s:again s:R2 i:0"),
          false,
          1,
          {{L"A", L"a"}}},
         {"empty row id stops the reading",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(2).Str(u"R1").I32(1).U16(0).I32(1).U16(0).Str(u"a").Str(u"").I32(0);
-         }),
+         a + Fields("i:2 s:R1 i:1 h:0 i:1 h:0 s:a s: i:0"),
          false,
          1,
          {{L"A", L"a"}}},
         {"row id met twice: the later record wins",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(2).Str(u"R1").I32(1).U16(0).I32(1).U16(0).Str(u"first");
-             b.Str(u"R1").I32(1).U16(0).I32(1).U16(0).Str(u"second");
-         }),
+         a + Fields("i:2 s:R1 i:1 h:0 i:1 h:0 s:first s:R1 i:1 h:0 i:1 h:0 s:second"),
          true,
          1,
          {{L"A", L"second"}}},
         {"negative counts of languages and values read nothing",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(2).Str(u"R1").I32(-5).Str(u"R2").I32(1).U16(0).I32(-1);
-         }),
+         a + Fields("i:2 s:R1 i:-5 s:R2 i:1 h:0 i:-1"),
          true,
          2,
          {{L"A", std::nullopt}}},
         {"32-bit string length far beyond the file",
-         file([](FileBytes& b) {
-             b = Header({u"A"}, {u"en"});
-             b.I32(1).Str(u"R1").I32(1).U16(0).I32(1).U16(0);
-             b.Byte(0xFF).U16(0xFFFE).Byte(0xFF).U16(0xFFFF).I32(-1).Str(u"tail");
-         }),
+         a + Fields("i:1 s:R1 i:1 h:0 i:1 h:0 b:0xFF h:0xFFFE b:0xFF h:0xFFFF i:-1 s:tail"),
          false,
          0,
          {}},
         {"narrow 32-bit length far beyond the file",
-         file([](FileBytes& b) { b.I32(1).U16(1).Byte(0xFF).U16(0xFFFF).I32(0x7FFFFFFF); }),
+         Fields("i:1 h:1 b:0xFF h:0xFFFF i:0x7FFFFFFF"),
          false,
          0,
          {}},
@@ -301,30 +267,20 @@ TEST(CacheFile, LoadRules) {
     }
 }
 
+// The file is named after the user's locale id, in the folder as given; no folder, no file.
 TEST(CacheFile, NameFollowsTheUserLocale) {
-    struct Case {
-        const char* locale;
-        const wchar_t* directory;
-        const wchar_t* path;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, const wchar_t*, const wchar_t*> cases[] = {
         {"de_DE.UTF-8", L"/cache", L"/cache/TableCache_1031.dat"},
         {"C", L"/cache/", L"/cache/TableCache_1033.dat"},
         {"C", L"C:\\cache\\", L"C:\\cache\\TableCache_1033.dat"},
         {"fr_FR.UTF-8", L"dir", L"dir/TableCache_1036.dat"},
         {"C", L"", L""},
     };
-    const char* saved = std::getenv("LC_ALL");
-    const std::string savedValue = saved ? saved : "";
-    for (const Case& c : cases) {
-        ::setenv("LC_ALL", c.locale, 1);
-        CTableValueCache cache(c.directory);
-        EXPECT_EQ(cache.GetFilePath(), c.path) << c.locale;
+    torvex::testing::ScopedEnvironment environment;
+    for (const auto& [locale, directory, path] : cases) {
+        environment.Set("LC_ALL", locale);
+        EXPECT_EQ(CTableValueCache(directory).GetFilePath(), path) << locale;
     }
-    if (saved)
-        ::setenv("LC_ALL", savedValue.c_str(), 1);
-    else
-        ::unsetenv("LC_ALL");
 }
 
 } // namespace

@@ -4,35 +4,29 @@
 
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/platform/Files.h"
+#include "torvex/platform/Guid.h"
 #include "torvex/platform/UserLocale.h"
 #include "torvex/platform/Utf16.h"
 #include "torvex/platform/WideString.h"
 
 #include <cstdint>
-#include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace torvex::testing {
 
-/// A fresh directory under the temporary directory, removed with its cache file at the end.
+/// A fresh directory under the temporary directory, removed with its files at the end.
 class ScratchDirectory {
 public:
-    ScratchDirectory() {
-        std::string pattern =
-            platform::NativePath(platform::TempDirectory()) + "torvex_cache_XXXXXX";
-        if (!::mkdtemp(pattern.data()))
-            throw std::runtime_error("no scratch directory");
-        m_native = pattern;
-        m_path = platform::FromUtf8(pattern);
+    ScratchDirectory()
+        : m_path(platform::TempDirectory() + L"torvex_cache_" +
+                 platform::FormatGuidBraced(platform::NewGuid())) {
+        std::filesystem::create_directories(m_path);
     }
-    ~ScratchDirectory() {
-        platform::DeleteFile(CacheFile());
-        ::rmdir(m_native.c_str());
-    }
+    ~ScratchDirectory() { std::filesystem::remove_all(m_path); }
     ScratchDirectory(const ScratchDirectory&) = delete;
     ScratchDirectory& operator=(const ScratchDirectory&) = delete;
 
@@ -42,10 +36,7 @@ public:
     WideString CacheFile() const {
         return m_path + L"/TableCache_" + std::to_wstring(platform::UserLocaleId()) + L".dat";
     }
-    void Write(const std::string& bytes) const {
-        if (!platform::WriteFileBytes(CacheFile(), bytes))
-            throw std::runtime_error("cannot write the cache file");
-    }
+    void Write(const std::string& bytes) const { platform::WriteFileBytes(CacheFile(), bytes); }
     std::string Read() const {
         std::string bytes;
         platform::ReadFileBytes(CacheFile(), bytes);
@@ -54,7 +45,6 @@ public:
     bool HasFile() const { return platform::PathExists(CacheFile()); }
 
 private:
-    std::string m_native;
     WideString m_path;
 };
 
@@ -116,6 +106,33 @@ private:
     }
     std::string m_bytes;
 };
+
+/// Bytes from fields separated by blanks: "i:n" a 32-bit integer, "h:n" a 16-bit one, "b:n" a
+/// byte (n decimal or 0x hex, maybe negative), "s:text" an ASCII string in the shortest wide form.
+inline std::string Fields(const std::string& description) {
+    FileBytes b;
+    size_t at = 0;
+    while (at < description.size()) {
+        size_t end = description.find(' ', at);
+        end = end == std::string::npos ? description.size() : end;
+        const std::string value = description.substr(at + 2, end - at - 2);
+        switch (description[at]) {
+        case 'i':
+            b.I32(static_cast<int32_t>(std::stoll(value, nullptr, 0)));
+            break;
+        case 'h':
+            b.U16(static_cast<uint16_t>(std::stoll(value, nullptr, 0)));
+            break;
+        case 'b':
+            b.Byte(static_cast<uint8_t>(std::stoll(value, nullptr, 0)));
+            break;
+        default:
+            b.Str(std::u16string(value.begin(), value.end()));
+        }
+        at = end + 1;
+    }
+    return b.Bytes();
+}
 
 /// Header of a version 1 file with the given column ids and languages.
 inline FileBytes Header(const std::vector<std::u16string>& columns,

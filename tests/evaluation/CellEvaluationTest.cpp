@@ -14,6 +14,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 namespace torvex {
 namespace {
@@ -79,14 +80,15 @@ Read ReadCell(CEncapFamilyTable& table, const wchar_t* row, const wchar_t* colum
     return read;
 }
 
+// Each cell read against the calls the host gets: unit words on references ("3mm*2", "3ul*2"),
+// conversion back from the internal unit, the unitless fall-back (8), plain numbers without the
+// host, the row's text over the column formula, String concatenation, Boolean checks, unknown
+// columns (3), broken braces (2), loops over columns and over cells (1), the raw status cell.
 TEST(CellEvaluation, ValuesAndWhatTheHostIsAsked) {
-    const struct {
-        const wchar_t* row;
-        const wchar_t* column;
-        Result result;
-        const wchar_t* value; // "untouched" when the read gave none
-        const wchar_t* calls; // every call to the host during the read
-    } cases[] = {
+    // value: "untouched" when the read gave none
+    // calls: every call to the host during the read
+    using Case = std::tuple<const wchar_t*, const wchar_t*, Result, const wchar_t*, const wchar_t*>;
+    const Case cases[] = {
         // Unit words attached to references; the answer comes back from cm to the unit.
         {L"r1", L"twice", E::EvalOk, L"6", L"Internal(mm) Evaluate(3mm*2|mm) Convert(0.6|cm|mm)"},
         {L"r1", L"inch", E::EvalOk, L"0.23622047",
@@ -131,17 +133,18 @@ TEST(CellEvaluation, ValuesAndWhatTheHostIsAsked) {
         // The status answers its raw cell and is never evaluated.
         {L"r1", L"Status", E::EvalOk, L"{cnt}", L""},
     };
-    for (const auto& c : cases) {
+    for (const auto& [row, column, result, value, calls] : cases) {
         // A family of its own for each read, so that nothing comes from the cache.
         TestFamily f(FamilyXml(kColumns, kRows));
-        const Read read = ReadCell(f.Table(), c.row, c.column);
-        EXPECT_EQ(read.result, c.result) << c.row << " " << c.column;
-        EXPECT_EQ(read.value, c.value) << c.row << " " << c.column;
-        EXPECT_EQ(f.host->Log(), c.calls) << c.row << " " << c.column;
+        const Read read = ReadCell(f.Table(), row, column);
+        EXPECT_EQ(read.result, result) << row << " " << column;
+        EXPECT_EQ(read.value, value) << row << " " << column;
+        EXPECT_EQ(f.host->Log(), calls) << row << " " << column;
         EXPECT_TRUE(f.Table().GetEvaluator()->GetCellsInProgress().empty());
     }
 }
 
+// A string document serves only localized columns; values are kept in the actual language.
 TEST(CellEvaluation, StringDocumentsServeOnlyLocalizedColumns) {
     // The string document holds a cell text and a formula for "twice", which the family doesn't
     // localize: the family document's texts decide, and the values are kept in the language.
@@ -158,6 +161,8 @@ TEST(CellEvaluation, StringDocumentsServeOnlyLocalizedColumns) {
     EXPECT_EQ(cached, L"6");
 }
 
+// Values, and references read on the way, are cached and answered without the host; a value
+// made without units (8) is delivered every time and never kept; a failed read keeps nothing.
 TEST(CellEvaluation, CacheKeepsValuesButNotThoseWithoutUnits) {
     TestFamily f(FamilyXml(kColumns, kRows));
     CEncapFamilyTable& table = f.Table();
@@ -189,6 +194,8 @@ TEST(CellEvaluation, CacheKeepsValuesButNotThoseWithoutUnits) {
     EXPECT_EQ(cache.GetValue(L"r1", L"ja", L"", cached), 1);
 }
 
+// A localized family writes numbers with the user's separator: Real literals and computed values
+// (in "%g" of 6 digits after conversion), references handed to the host; Integer literals stay.
 TEST(CellEvaluation, LocalizedFamilyUsesTheUserSeparator) {
     if (!testing::LocaleInstalled("de_DE.UTF-8"))
         GTEST_SKIP() << "de_DE.UTF-8 is not installed";
@@ -203,12 +210,8 @@ TEST(CellEvaluation, LocalizedFamilyUsesTheUserSeparator) {
         L"<Column ColumnId=\"third\" ValueType=\"double\" UnitType=\"mm\" "
         L"ColumnwideValue=\"{len}/3\"/>"
         L"<Column ColumnId=\"count\" ValueType=\"integer\" ColumnwideValue=\"1.5\"/>";
-    const struct {
-        const wchar_t* row;
-        const wchar_t* column;
-        const wchar_t* value;
-        const wchar_t* evaluations;
-    } cases[] = {
+    using Case = std::tuple<const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*>;
+    const Case cases[] = {
         {L"r1", L"len", L"12,50", L""},
         {L"r2", L"len", L"1,5", L""},
         {L"r1", L"half", L"1,5", L""},
@@ -217,18 +220,20 @@ TEST(CellEvaluation, LocalizedFamilyUsesTheUserSeparator) {
         // Only 6 digits survive the conversion.
         {L"r1", L"third", L"4,16667", L"Evaluate(12,50mm/3|mm)"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [row, column, value, evaluations] : cases) {
         TestFamily f(FamilyXml(columns, L"<Row RowId=\"r1\"><Cell ColumnId=\"len\">12.50</Cell>"
                                         L"</Row><Row RowId=\"r2\"><Cell ColumnId=\"len\">1,5"
                                         L"</Cell></Row>"),
                      true);
-        const Read read = ReadCell(f.Table(), c.row, c.column);
-        EXPECT_EQ(read.result, E::EvalOk) << c.row << " " << c.column;
-        EXPECT_EQ(read.value, c.value) << c.row << " " << c.column;
-        EXPECT_EQ(f.host->Log(L"Evaluate("), c.evaluations) << c.column;
+        const Read read = ReadCell(f.Table(), row, column);
+        EXPECT_EQ(read.result, E::EvalOk) << row << " " << column;
+        EXPECT_EQ(read.value, value) << row << " " << column;
+        EXPECT_EQ(f.host->Log(L"Evaluate("), evaluations) << column;
     }
 }
 
+// A range column answers the chosen value (by exact id), else its default, else its minimum,
+// each evaluated; a range text in a column that isn't a range column goes to the host.
 TEST(CellEvaluation, RangeColumnsTakeChosenValueDefaultOrMinimum) {
     const WideString columns =
         L"<Column ColumnId=\"len\" ValueType=\"double\" UnitType=\"mm\"/>"
@@ -241,12 +246,9 @@ TEST(CellEvaluation, RangeColumnsTakeChosenValueDefaultOrMinimum) {
         L"<Column ColumnId=\"d\" ValueType=\"double\" UnitType=\"mm\" Custom=\"true\" "
         L"ColumnwideValue=\"8\"/>"
         L"<Column ColumnId=\"e\" ValueType=\"double\" ColumnwideValue=\"[1;10;1;4]\"/>";
-    const struct {
-        const wchar_t* column;
-        std::map<WideString, WideString> chosen;
-        Result result;
-        const wchar_t* value;
-    } cases[] = {
+    using Case =
+        std::tuple<const wchar_t*, std::map<WideString, WideString>, Result, const wchar_t*>;
+    const Case cases[] = {
         {L"a", {}, E::EvalOk, L"1"},
         {L"b", {}, E::EvalOk, L"5"},
         {L"c", {}, E::EvalOk, L"6"},
@@ -257,15 +259,16 @@ TEST(CellEvaluation, RangeColumnsTakeChosenValueDefaultOrMinimum) {
         // Not a range column: the range text goes to the host, which refuses it.
         {L"e", {}, E::EvalExpressionFailed, L"untouched"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [column, chosen, result, value] : cases) {
         TestFamily f(FamilyXml(columns, L"<Row RowId=\"r\"><Cell ColumnId=\"len\">3</Cell></Row>"));
-        f.Table().SetRangeColumnValues(c.chosen);
-        const Read read = ReadCell(f.Table(), L"r", c.column);
-        EXPECT_EQ(read.result, c.result) << c.column;
-        EXPECT_EQ(read.value, c.value) << c.column;
+        f.Table().SetRangeColumnValues(chosen);
+        const Read read = ReadCell(f.Table(), L"r", column);
+        EXPECT_EQ(read.result, result) << column;
+        EXPECT_EQ(read.value, value) << column;
     }
 }
 
+// A material column's literals are keys the host names; references stay as they are.
 TEST(CellEvaluation, MaterialLiteralsAreNamedByTheHost) {
     TestFamily f(FamilyXml(L"<Column ColumnId=\"mat\" ColumnwideValue=\"ST\"/>"
                            L"<Column ColumnId=\"len\" ValueType=\"double\"/>",
@@ -280,6 +283,8 @@ TEST(CellEvaluation, MaterialLiteralsAreNamedByTheHost) {
     EXPECT_EQ(table.GetMaterialRefKey(L"CU"), L"ref:CU");
 }
 
+// What the host throws passes through the table and leaves no cell in progress, so the next
+// read isn't taken for a loop.
 TEST(CellEvaluation, HostExceptionsPassThroughAndLeaveNoCellInProgress) {
     TestFamily f(FamilyXml(kColumns, kRows));
     CEncapFamilyTable& table = f.Table();
@@ -288,69 +293,54 @@ TEST(CellEvaluation, HostExceptionsPassThroughAndLeaveNoCellInProgress) {
     EXPECT_THROW(table.GetValue(L"r1", L"twice", value), std::runtime_error);
     EXPECT_THROW(table.GetValue(L"r1", L"twice", value), std::runtime_error); // not a loop
     EXPECT_TRUE(table.GetEvaluator()->GetCellsInProgress().empty());
-    WideString out = L"untouched";
     EXPECT_THROW(table.Evaluate(L"{len}mm*2", DataTypes::FormulaExpression, DataTypes::DataReal,
-                                L"r1", L"mm", out),
+                                L"r1", L"mm", value),
                  std::runtime_error);
     f.host->throwOn.clear();
-    EXPECT_EQ(ReadCell(table, L"r1", L"twice").value, L"6");
-}
-
-TEST(CellEvaluation, PositiveHostStatusIsSuccessForCellsOnly) {
-    TestFamily f(FamilyXml(kColumns, kRows));
+    // A positive status is success for cells only.
     f.host->successStatus = 1;
-    EXPECT_EQ(ReadCell(f.Table(), L"r1", L"twice").value, L"6");
+    EXPECT_EQ(ReadCell(table, L"r1", L"twice").value, L"6");
     WideString out = L"untouched";
-    EXPECT_EQ(f.Table().Evaluate(L"{len}*2", DataTypes::FormulaExpression, DataTypes::DataReal,
-                                 L"r1", L"mm", out),
+    EXPECT_EQ(table.Evaluate(L"{len}*2", DataTypes::FormulaExpression, DataTypes::DataReal, L"r1",
+                             L"mm", out),
               E::EvalTypeMismatch);
     EXPECT_EQ(out, L"untouched");
 }
 
+// A free expression for a row: references keep no unit word, one in another unit is converted
+// first; a reference's 8 stops here; ranges give their default or minimum.
 TEST(CellEvaluation, FreeExpressionsForARow) {
-    const struct {
+    const auto range = DataTypes::FormulaRange;
+    const auto material = DataTypes::FormulaMaterial;
+    struct Case {
         const wchar_t* text;
-        DataTypes::ColumnFormulaType type;
-        DataTypes::ColumnDataType dataType;
         const wchar_t* unit;
         Result result;
         const wchar_t* value;
         const wchar_t* calls;
-    } cases[] = {
-        // References keep no unit word; one in another unit is converted first.
-        {L"{len}*2", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm", E::EvalOk, L"6",
-         L"Evaluate(3*2|mm) Convert(0.6|cm|mm)"},
-        {L"{len}*2", DataTypes::FormulaExpression, DataTypes::DataReal, L"cm", E::EvalOk, L"0.6",
-         L"Convert(3|mm|cm) Evaluate(0.3*2|cm)"},
-        {L"{len}*{cnt}", DataTypes::FormulaExpression, DataTypes::DataReal, L"", E::EvalOk, L"9",
-         L"Evaluate(3*3|) Convert(9|cm|)"},
-        {L"{len}", DataTypes::FormulaExpression, DataTypes::DataInteger, L"mm", E::EvalOk, L"3",
-         L""},
-        {L"{len}+", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm",
-         E::EvalExpressionFailed, L"untouched", L"Evaluate(3+|mm)"},
-        // Ranges give their default, or their minimum.
-        {L"[1;10;;4]", DataTypes::FormulaRange, DataTypes::DataReal, L"mm", E::EvalOk, L"4", L""},
-        {L"[{len}+1;10;;]", DataTypes::FormulaRange, DataTypes::DataReal, L"mm", E::EvalOk, L"4",
-         L"Evaluate(3+1|mm) Convert(0.4|cm|mm)"},
-        {L"4", DataTypes::FormulaRange, DataTypes::DataReal, L"mm", E::EvalInvalidRange,
-         L"untouched", L""},
-        // A reference's 8 stops here.
-        {L"{mixed}", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm", E::EvalUnitMismatch,
-         L"untouched", L"Internal(mm) Evaluate(3mm+3ul|mm) Evaluate(3+3|ul)"},
-        {L"{nope}", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm",
-         E::EvalExpressionFailed, L"untouched", L""},
-        {L"{len", DataTypes::FormulaExpression, DataTypes::DataReal, L"mm", E::EvalSyntaxError,
-         L"untouched", L""},
-        {L"\"a\" & {len}", DataTypes::FormulaExpression, DataTypes::DataString, L"mm", E::EvalOk,
-         L"a3", L""},
-        {L"{ok}", DataTypes::FormulaExpression, DataTypes::DataBoolean, L"", E::EvalOk, L"yes",
-         L""},
-        {L"maybe", DataTypes::FormulaExpression, DataTypes::DataBoolean, L"", E::EvalTypeMismatch,
-         L"untouched", L""},
-        {L"ST", DataTypes::FormulaMaterial, DataTypes::DataString, L"", E::EvalOk, L"<ST>",
-         L"Material(ST)"},
+        DataTypes::ColumnDataType dataType = DataTypes::DataReal;
+        DataTypes::ColumnFormulaType type = DataTypes::FormulaExpression;
     };
-    for (const auto& c : cases) {
+    const Case cases[] = {
+        {L"{len}*2", L"mm", E::EvalOk, L"6", L"Evaluate(3*2|mm) Convert(0.6|cm|mm)"},
+        {L"{len}*2", L"cm", E::EvalOk, L"0.6", L"Convert(3|mm|cm) Evaluate(0.3*2|cm)"},
+        {L"{len}*{cnt}", L"", E::EvalOk, L"9", L"Evaluate(3*3|) Convert(9|cm|)"},
+        {L"{len}", L"mm", E::EvalOk, L"3", L"", DataTypes::DataInteger},
+        {L"{len}+", L"mm", E::EvalExpressionFailed, L"untouched", L"Evaluate(3+|mm)"},
+        {L"[1;10;;4]", L"mm", E::EvalOk, L"4", L"", DataTypes::DataReal, range},
+        {L"[{len}+1;10;;]", L"mm", E::EvalOk, L"4", L"Evaluate(3+1|mm) Convert(0.4|cm|mm)",
+         DataTypes::DataReal, range},
+        {L"4", L"mm", E::EvalInvalidRange, L"untouched", L"", DataTypes::DataReal, range},
+        {L"{mixed}", L"mm", E::EvalUnitMismatch, L"untouched",
+         L"Internal(mm) Evaluate(3mm+3ul|mm) Evaluate(3+3|ul)"},
+        {L"{nope}", L"mm", E::EvalExpressionFailed, L"untouched", L""},
+        {L"{len", L"mm", E::EvalSyntaxError, L"untouched", L""},
+        {L"\"a\" & {len}", L"mm", E::EvalOk, L"a3", L"", DataTypes::DataString},
+        {L"{ok}", L"", E::EvalOk, L"yes", L"", DataTypes::DataBoolean},
+        {L"maybe", L"", E::EvalTypeMismatch, L"untouched", L"", DataTypes::DataBoolean},
+        {L"ST", L"", E::EvalOk, L"<ST>", L"Material(ST)", DataTypes::DataString, material},
+    };
+    for (const Case& c : cases) {
         TestFamily f(FamilyXml(kColumns, kRows));
         WideString out = L"untouched";
         EXPECT_EQ(f.Table().Evaluate(c.text, c.type, c.dataType, L"r1", c.unit, out), c.result)
@@ -360,6 +350,8 @@ TEST(CellEvaluation, FreeExpressionsForARow) {
     }
 }
 
+// EvaluateInUnit caches the value converted to the unit asked for; the column's own unit or none
+// keeps it; a value without units answers 8.
 TEST(CellEvaluation, EvaluateInUnitCachesTheConvertedValue) {
     TestFamily f(FamilyXml(kColumns, kRows));
     CTableEvaluator& evaluator = *f.Table().GetEvaluator();
@@ -371,6 +363,8 @@ TEST(CellEvaluation, EvaluateInUnitCachesTheConvertedValue) {
     EXPECT_EQ(evaluator.EvaluateInUnit(L"r1", L"mixed", L"", L"cm"), E::EvalUnitMismatch);
 }
 
+// A chain of references longer than the nesting bound fails as a loop instead of exhausting the
+// stack; with part of it cached the rest evaluates.
 TEST(CellEvaluation, LongChainsEvaluateUpToTheNestingBound) {
     // c0 = 1, c<i> = {c<i-1>}: a chain as long as the bound allows, and one beyond it.
     const size_t length = CTableEvaluator::kMaxNestedEvaluations + 10;

@@ -21,6 +21,8 @@ FormulaPiece Lit(const wchar_t* text) {
     return FormulaPiece{false, text};
 }
 
+// A text splits into literals and trimmed {references} in source-text order; a '}' before any
+// '{' or an unclosed '{' fails, keeping what was cut before it.
 TEST(FormulaScan, SplitCutsLiteralsAndReferences) {
     struct Case {
         const wchar_t* text;
@@ -56,55 +58,33 @@ TEST(FormulaScan, SplitCutsLiteralsAndReferences) {
     EXPECT_EQ(pieces, FormulaPieceList{Lit(L"")});
 }
 
-TEST(FormulaScan, MemoKeepsSplitTextsWithBracesOnly) {
-    TestFamily f(FamilyXml(L"", L""));
-    CTableEvaluator& evaluator = *f.Table().GetEvaluator();
-    FormulaPieceList first;
-    FormulaPieceList second;
-
-    EXPECT_EQ(evaluator.SplitFormula(L"3+4", first), 0);
-    EXPECT_EQ(evaluator.GetSplitMemoSize(), 0u); // plain values bypass it
-    EXPECT_EQ(evaluator.SplitFormula(L"{a}", first), 0);
-    EXPECT_EQ(evaluator.SplitFormula(L"{a", first), 1); // failures are not kept
-    EXPECT_EQ(evaluator.GetSplitMemoSize(), 1u);
-
-    ASSERT_EQ(evaluator.SplitFormula(L"{a} * 2 + {b}", first), 0);
-    ASSERT_EQ(evaluator.SplitFormula(L"{a} * 2 + {b}", second), 0);
-    EXPECT_EQ(first, second);
-    EXPECT_EQ(evaluator.GetSplitMemoSize(), 2u);
-}
-
+// String formulas: tokens between runs of '&' are trimmed outside quotes, unquoted ('""' is a
+// quote) and joined; a text without '&' after a first token stays as given, quotes and all.
 TEST(FormulaScan, ConcatenateStringsJoinsUnquotedTokens) {
-    const struct {
-        const wchar_t* text;
-        const wchar_t* value;
-    } cases[] = {
-        {L"\"abc\"", L"\"abc\""}, // no '&': the text as given, quotes and all
+    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+        {L"\"abc\"", L"\"abc\""},
         {L"abc", L"abc"},
         {L"", L""},
-        {L"&&", L"&&"},             // no first token
-        {L"&\"abc\"", L"&\"abc\""}, // no '&' after the first token
+        {L"&&", L"&&"},
+        {L"&\"abc\"", L"&\"abc\""},
         {L"\"a\" & x", L"ax"},
-        {L"\"a\" && \"b\"&&", L"ab"},   // runs of '&' are one delimiter
-        {L" \"a \" &  b c ", L"a b c"}, // trimmed outside the quotes only
+        {L"\"a\" && \"b\"&&", L"ab"},
+        {L" \"a \" &  b c ", L"a b c"},
         {L"\"say \"\"hi\"\"\" & !", L"say \"hi\"!"},
         {L"\"x&y\" & z", L"xyz"}, // a quoted '&' is not protected
-        {L"a& &b", L"ab"},        // a blank token adds nothing
+        {L"a& &b", L"ab"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(CTableEvaluator::ConcatenateStrings(c.text), c.value) << c.text;
+    for (const auto& [text, value] : cases)
+        EXPECT_EQ(CTableEvaluator::ConcatenateStrings(text), value) << text;
+    const std::pair<const wchar_t*, const wchar_t*> unquoted[] = {
+        {L"", L""},         {L"\"abc\"", L"abc"},   {L"a\"\"b", L"a\"b"},
+        {L"\"\"\"", L"\""}, {L"\"\"\"\"", L"\"\""}, {L"a\"b\"c", L"abc"}};
+    for (const auto& [text, value] : unquoted)
+        EXPECT_EQ(CTableEvaluator::UnquoteString(text), value) << text;
 }
 
-TEST(FormulaScan, UnquoteStringDropsSingleQuotesAndHalvesPairs) {
-    const struct {
-        const wchar_t* text;
-        const wchar_t* value;
-    } cases[] = {{L"", L""},         {L"\"abc\"", L"abc"},   {L"a\"\"b", L"a\"b"},
-                 {L"\"\"\"", L"\""}, {L"\"\"\"\"", L"\"\""}, {L"a\"b\"c", L"abc"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(CTableEvaluator::UnquoteString(c.text), c.value) << c.text;
-}
-
+// The collectors add the columns a text refers to (deep: and what those refer to, each once),
+// answering the first unknown column or broken text.
 TEST(FormulaScan, CollectorsFindColumnsOfTheTable) {
     // c refers to b, b to a; d's formula names a column that doesn't exist; e and f refer to
     // each other.

@@ -8,6 +8,7 @@
 #include "torvex/family/CEncapFamilyColumn.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace torvex {
 namespace {
@@ -23,6 +24,9 @@ const WideString kColumns = L"<Column ColumnId=\"r\" ValueType=\"double\" UnitTy
                             L"<Column ColumnId=\"b\" ValueType=\"boolean\"/>"
                             L"<Column ColumnId=\"b2\" ValueType=\"boolean\"/>";
 
+// Without a row, references are replaced by stand-ins ("1.1" Real, "1" Integer, with the column's
+// unit when none is given) and the text probed at the host; Strings take any reference, Booleans
+// exactly one Boolean; the flag tells whether references were met.
 TEST(SyntaxCheck, ExpressionsAreProbedWithStandInNumbers) {
     const auto real = DataTypes::DataReal;
     const auto integer = DataTypes::DataInteger;
@@ -79,53 +83,45 @@ TEST(SyntaxCheck, ExpressionsAreProbedWithStandInNumbers) {
     }
 }
 
+// A range is checked for its shape, then each part (a literal must be a number, in Real or
+// Integer columns only), then the literal parts against each other in the host's internal unit
+// (1 cm is more than 5 mm); a part absent or with a reference takes no part in the comparison.
 TEST(SyntaxCheck, RangesAreCheckedPartByPartAndThenAsNumbers) {
-    const struct {
-        const wchar_t* text;
-        DataTypes::ColumnDataType type;
-        Result result;
-    } cases[] = {
-        {L"[1;10;1;5]", DataTypes::DataReal, E::EvalOk},
-        {L"[1;10;1;5]", DataTypes::DataInteger, E::EvalOk},
-        {L"[;;;]", DataTypes::DataReal, E::EvalOk},
-        {L"[5;5;0;5]", DataTypes::DataReal, E::EvalOk}, // equal limits
-        // No range at all.
-        {L"1;10;1;5", DataTypes::DataReal, E::EvalInvalidRange},
-        {L"[1;10;1]", DataTypes::DataReal, E::EvalInvalidRange},
-        {L"[1;10;1;5]x", DataTypes::DataReal, E::EvalInvalidRange},
-        {L"5", DataTypes::DataReal, E::EvalInvalidRange},
-        // Literals that contradict each other.
-        {L"[5;1;1;3]", DataTypes::DataReal, E::EvalInvalidRange},
-        {L"[1;5;10;3]", DataTypes::DataReal, E::EvalInvalidRange},
-        {L"[1;5;1;9]", DataTypes::DataReal, E::EvalInvalidRange},
-        {L"[1;5;1;0]", DataTypes::DataReal, E::EvalInvalidRange},
-        // Compared in the host's internal unit: 1 cm is more than 5 mm.
-        {L"[1mm;2cm;1mm;5mm]", DataTypes::DataReal, E::EvalOk},
-        {L"[1cm;5mm;;1cm]", DataTypes::DataReal, E::EvalOk}, // no step
-        {L"[1cm;5mm;1mm;1cm]", DataTypes::DataReal, E::EvalInvalidRange},
-        // A part absent or with a reference: no comparison.
-        {L"[5;1;;3]", DataTypes::DataReal, E::EvalOk},
-        {L"[{r};1;1;3]", DataTypes::DataReal, E::EvalOk},
-        // A part's own failure.
-        {L"[1;a;1;5]", DataTypes::DataReal, E::EvalTypeMismatch},
-        {L"[1;{nope};;]", DataTypes::DataReal, E::EvalUnknownColumn},
-        {L"[1;{r;;]", DataTypes::DataReal, E::EvalSyntaxError},
-        {L"[1;10;1;5]", DataTypes::DataString, E::EvalTypeMismatch},
-        {L"[1;10;1;5]", DataTypes::DataBoolean, E::EvalTypeMismatch},
-        {L"x", DataTypes::DataBoolean, E::EvalInvalidRange},
+    const auto real = DataTypes::DataReal;
+    using Case = std::tuple<DataTypes::ColumnDataType, Result, std::vector<const wchar_t*>>;
+    const Case groups[] = {
+        {real,
+         E::EvalOk,
+         {L"[1;10;1;5]", L"[;;;]", L"[5;5;0;5]", L"[1mm;2cm;1mm;5mm]", L"[1cm;5mm;;1cm]",
+          L"[5;1;;3]", L"[{r};1;1;3]"}},
+        {DataTypes::DataInteger, E::EvalOk, {L"[1;10;1;5]"}},
+        {real,
+         E::EvalInvalidRange,
+         {L"1;10;1;5", L"[1;10;1]", L"[1;10;1;5]x", L"5", L"[5;1;1;3]", L"[1;5;10;3]", L"[1;5;1;9]",
+          L"[1;5;1;0]", L"[1cm;5mm;1mm;1cm]"}},
+        {real, E::EvalTypeMismatch, {L"[1;a;1;5]"}},
+        {real, E::EvalUnknownColumn, {L"[1;{nope};;]"}},
+        {real, E::EvalSyntaxError, {L"[1;{r;;]"}},
+        {DataTypes::DataString, E::EvalTypeMismatch, {L"[1;10;1;5]"}},
+        {DataTypes::DataBoolean, E::EvalTypeMismatch, {L"[1;10;1;5]"}},
+        {DataTypes::DataBoolean, E::EvalInvalidRange, {L"x"}},
     };
     TestFamily f(FamilyXml(kColumns, L""));
-    for (const auto& c : cases) {
-        EXPECT_EQ(f.Table().CheckFormulaSyntax(c.text, DataTypes::FormulaRange, c.type, L""),
-                  c.result)
-            << c.text << " " << c.type;
-    }
+    for (const auto& [type, result, texts] : groups)
+        for (const wchar_t* text : texts)
+            EXPECT_EQ(f.Table().CheckFormulaSyntax(text, DataTypes::FormulaRange, type, L""),
+                      result)
+                << text << " " << type;
     // Materials are never checked here.
     EXPECT_EQ(
         f.Table().CheckFormulaSyntax(L"ST", DataTypes::FormulaMaterial, DataTypes::DataString, L""),
         E::EvalUnknownColumn);
 }
 
+// The probing helpers: a value in a unit is the expression's over that of "1.0" in the unit (0
+// on failure, also for a status other than 0); GetValueFromExpression converts from the internal
+// unit; a host that throws fails every check without the exception escaping; without a host
+// nothing is evaluable and a value is the text's leading number.
 TEST(SyntaxCheck, ProbingHelpersCatchWhatTheHostThrows) {
     TestFamily f(FamilyXml(kColumns, L""));
     CTableEvaluator& evaluator = *f.Table().GetEvaluator();
@@ -137,19 +133,20 @@ TEST(SyntaxCheck, ProbingHelpersCatchWhatTheHostThrows) {
         {L"30mm", L"cm", 3.0}, {L"3", L"in", 3.0}, {L"1in", L"mm", 25.4},
         {L"2+2", L"", 4.0},    {L"x", L"mm", 0.0}, {L"1", L"kg", 0.0},
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_NEAR(evaluator.ExpressionValueInUnit(c.text, c.unit), c.value, 1e-9) << c.text;
+        double value = -1.0;
+        EXPECT_EQ(f.Table().GetValueFromExpression(c.text, c.unit, value), c.value != 0.0)
+            << c.text;
+        EXPECT_NEAR(value, c.value != 0.0 ? c.value : -1.0, 1e-9) << c.text;
+    }
     EXPECT_TRUE(evaluator.ExpressionIsEvaluable(L"1+1", L""));
     EXPECT_EQ(f.host->calls.back(), L"Evaluate(1+1|ul)");
     EXPECT_FALSE(evaluator.ExpressionIsEvaluable(L"1+", L"mm"));
-
-    // A status other than exactly 0 gives no value.
     f.host->successStatus = 1;
     EXPECT_TRUE(evaluator.ExpressionIsEvaluable(L"1+1", L""));
     EXPECT_DOUBLE_EQ(evaluator.ExpressionValueInUnit(L"2", L""), 0.0);
     f.host->successStatus = 0;
-
-    // A host that throws: every check fails, nothing escapes.
     f.host->throwOn = L"1";
     EXPECT_FALSE(evaluator.ExpressionIsEvaluable(L"1+1", L""));
     EXPECT_DOUBLE_EQ(evaluator.ExpressionValueInUnit(L"21", L"mm"), 0.0);
@@ -159,34 +156,15 @@ TEST(SyntaxCheck, ProbingHelpersCatchWhatTheHostThrows) {
     EXPECT_EQ(f.Table().CheckFormulaSyntax(L"[1;10;;]", DataTypes::FormulaRange,
                                            DataTypes::DataReal, L""),
               E::EvalTypeMismatch);
-
-    // Without a host: nothing is evaluable, and a value is the text's leading number.
     CEncapFamilyTable bare;
     EXPECT_FALSE(bare.GetEvaluator()->ExpressionIsEvaluable(L"1", L""));
     EXPECT_DOUBLE_EQ(bare.GetEvaluator()->ExpressionValueInUnit(L"2.5mm", L"cm"), 2.5);
-}
-
-TEST(SyntaxCheck, ValueFromExpressionConvertsFromTheInternalUnit) {
-    TestFamily f(FamilyXml(kColumns, L""));
-    const struct {
-        const wchar_t* text;
-        const wchar_t* unit;
-        bool ok;
-        double value;
-    } cases[] = {
-        {L"30mm", L"cm", true, 3.0},  {L"2", L"in", true, 2.0},   {L"1+1", L"", true, 2.0},
-        {L"1mm+1", L"mm", true, 2.0}, {L"x", L"mm", false, -1.0}, {L"1", L"kg", false, -1.0},
-    };
-    for (const auto& c : cases) {
-        double value = -1.0;
-        EXPECT_EQ(f.Table().GetValueFromExpression(c.text, c.unit, value), c.ok) << c.text;
-        EXPECT_NEAR(value, c.value, 1e-9) << c.text;
-    }
     double value = 0.0;
-    CEncapFamilyTable bare;
     EXPECT_FALSE(bare.GetValueFromExpression(L"1", L"", value));
 }
 
+// IsFormulaValid checks a formula for a column by id as SetFormula would, loops included, and
+// leaves document and graph alone.
 TEST(SyntaxCheck, FormulaValidityLeavesDocumentAndGraphAlone) {
     TestFamily f(FamilyXml(
         L"<Column ColumnId=\"a\" ValueType=\"double\" UnitType=\"mm\"/>"
@@ -199,23 +177,24 @@ TEST(SyntaxCheck, FormulaValidityLeavesDocumentAndGraphAlone) {
     const WideString document = test::RootXml(*f.family);
     CEncapFamilyColumn* a = table.GetFamilyColumnByID(L"a");
     CEncapFamilyColumn* b = table.GetFamilyColumnByID(L"b");
+    // A range column: any bad part makes a bad range.
+    const Result ok = E::EvalOk, loop = E::EvalCircularDependency, range = E::EvalInvalidRange;
     const struct {
         const wchar_t* column;
         const wchar_t* formula;
         Result result;
     } cases[] = {
-        {L"b", L"{a}*3", E::EvalOk},
-        {L"a", L"{b}", E::EvalCircularDependency},
-        {L"a", L"{a}+1", E::EvalCircularDependency},
+        {L"b", L"{a}*3", ok},
+        {L"a", L"{b}", loop},
+        {L"a", L"{a}+1", loop},
         {L"b", L"{zz}", E::EvalUnknownColumn},
         {L"b", L"{a", E::EvalSyntaxError},
         {L"b", L"{s}", E::EvalTypeMismatch},
-        // A range column: any bad part makes a bad range.
-        {L"c", L"[1;{a};;]", E::EvalOk},
-        {L"c", L"5", E::EvalInvalidRange},
-        {L"c", L"[1;{zz};;]", E::EvalInvalidRange},
-        {L"c", L"[{c};10;;]", E::EvalInvalidRange},
-        {L"c", L"[1;x;;]", E::EvalInvalidRange},
+        {L"c", L"[1;{a};;]", ok},
+        {L"c", L"5", range},
+        {L"c", L"[1;{zz};;]", range},
+        {L"c", L"[{c};10;;]", range},
+        {L"c", L"[1;x;;]", range},
         {L"s", L"[1;2;;]", E::EvalTypeMismatch},
         {L"zz", L"1", E::EvalUnknownColumn},
     };

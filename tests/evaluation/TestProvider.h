@@ -1,15 +1,15 @@
 #pragma once
-// A small host for the evaluation tests: it computes + - * / and parentheses over numbers that
-// may carry the unit words mm, cm, in and ul, keeps lengths in cm internally, refuses unit words
-// it doesn't know and mixed dimensions, and records what it was asked. It can be told to throw
-// or to answer a positive status.
+// A small host for the evaluation tests: it computes + - * / over numbers that may carry the
+// unit words mm, cm, in and ul, keeps lengths in cm internally, refuses unit words it doesn't
+// know and mixed dimensions, and records what it was asked. It can be told to throw or to answer
+// a positive status.
 
 #include "torvex/evaluation/IEvaluatorProvider.h"
 #include "torvex/family/CEncapFamily.h"
 #include "torvex/family/CEncapFamilyTable.h"
 #include "torvex/platform/NumberText.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cwctype>
 #include <memory>
 #include <optional>
@@ -36,10 +36,10 @@ public:
         if (!defaultUnit)
             return -1;
         Parser parser{expression, *defaultUnit};
-        const std::optional<Quantity> result = parser.Whole();
-        if (!result)
+        const std::optional<Quantity> result = parser.Sum();
+        if (!result || !parser.AtEnd())
             return -1;
-        *value = result->value;
+        *value = parser.InDefaultUnit(*result).value;
         return successStatus;
     }
 
@@ -54,11 +54,8 @@ public:
         if (!from || !to || !number || !parser.AtEnd())
             return -1;
         // "ul" on either side means that no conversion is wanted.
-        if (from->length == 0 || to->length == 0) {
-            *value = *number;
-            return 0;
-        }
-        *value = *number * from->value / to->value;
+        const bool convert = from->length != 0 && to->length != 0;
+        *value = convert ? *number * from->value / to->value : *number;
         return 0;
     }
 
@@ -104,119 +101,69 @@ private:
     static std::optional<Quantity> UnitOf(const WideString& word) {
         if (word.empty() || word == L"ul")
             return Quantity{1.0, 0, false};
-        if (word == L"cm")
-            return Quantity{1.0, 1, false};
-        if (word == L"mm")
-            return Quantity{0.1, 1, false};
-        if (word == L"in")
-            return Quantity{2.54, 1, false};
+        if (word == L"cm" || word == L"mm" || word == L"in")
+            return Quantity{word == L"cm" ? 1.0 : word == L"mm" ? 0.1 : 2.54, 1, false};
         return std::nullopt;
     }
 
-    // expression := term (('+'|'-') term)*; term := factor (('*'|'/') factor)*;
-    // factor := ('+'|'-') factor | '(' expression ')' | number [unit word].
-    // A bare number is taken in the default unit where a length is wanted: added to a length,
-    // or as the whole result. Both '.' and ',' are decimal points, so that a family's localized
-    // separator reads too.
+    // sum := product (('+'|'-') product)*; product := factor (('*'|'/') factor)*;
+    // factor := number [unit word]. Both '.' and ',' are decimal points, so that a family's
+    // localized separator reads too. A bare number is taken in the default unit where a length
+    // is wanted: added to a length, or as the whole result.
     struct Parser {
         WideString text;
         Quantity defaultUnit;
         size_t at = 0;
 
-        void SkipBlanks() {
+        bool AtEnd() {
             while (at < text.size() && text[at] == L' ')
                 ++at;
-        }
-        bool AtEnd() {
-            SkipBlanks();
             return at == text.size();
         }
         bool Take(wchar_t c) {
-            SkipBlanks();
-            if (at < text.size() && text[at] == c) {
-                ++at;
-                return true;
-            }
-            return false;
+            if (AtEnd() || text[at] != c)
+                return false;
+            ++at;
+            return true;
         }
-        // A bare number in the default unit, when that is a length.
         Quantity InDefaultUnit(Quantity q) const {
             if (q.bare && q.length == 0 && defaultUnit.length != 0)
                 return Quantity{q.value * defaultUnit.value, defaultUnit.length, false};
             return q;
         }
         std::optional<double> Number() {
-            SkipBlanks();
-            WideString digits;
-            while (at < text.size() &&
-                   (std::iswdigit(text[at]) || text[at] == L'.' || text[at] == L',')) {
-                digits += text[at] == L',' ? L'.' : text[at];
-                ++at;
-            }
-            if (digits.empty() || digits == L".")
-                return std::nullopt;
-            if (at < text.size() && (text[at] == L'e' || text[at] == L'E')) {
-                digits += L'e';
-                ++at;
-                if (at < text.size() && (text[at] == L'+' || text[at] == L'-'))
-                    digits += text[at++];
-                while (at < text.size() && std::iswdigit(text[at]))
-                    digits += text[at++];
-            }
-            return platform::ParseLeadingDouble(digits.c_str());
+            std::replace(text.begin(), text.end(), L',', L'.');
+            size_t consumed = 0;
+            const double value = platform::ParseLeadingDouble(text.c_str() + at, &consumed);
+            at += consumed;
+            return consumed ? std::optional(value) : std::nullopt;
         }
         std::optional<Quantity> Factor() {
-            if (Take(L'-')) {
-                std::optional<Quantity> inner = Factor();
-                if (inner)
-                    inner->value = -inner->value;
-                return inner;
-            }
-            if (Take(L'+'))
-                return Factor();
-            if (Take(L'(')) {
-                const std::optional<Quantity> inner = Expression();
-                if (!inner || !Take(L')'))
-                    return std::nullopt;
-                return inner;
-            }
             const std::optional<double> number = Number();
-            if (!number)
-                return std::nullopt;
             WideString word;
             while (at < text.size() && std::iswalpha(text[at]))
                 word += text[at++];
-            if (word.empty())
-                return Quantity{*number, 0, true};
             const std::optional<Quantity> unit = UnitOf(word);
-            if (!unit)
+            if (!number || !unit)
                 return std::nullopt;
-            return Quantity{*number * unit->value, unit->length, false};
+            return Quantity{*number * unit->value, unit->length, word.empty()};
         }
-        std::optional<Quantity> Term() {
+        std::optional<Quantity> Product() {
             std::optional<Quantity> left = Factor();
-            while (left) {
-                const bool multiply = Take(L'*');
-                if (!multiply && !Take(L'/'))
-                    break;
+            for (bool multiply; left && ((multiply = Take(L'*')) || Take(L'/'));) {
                 const std::optional<Quantity> right = Factor();
                 if (!right)
                     return std::nullopt;
-                const bool bare = left->bare && right->bare;
-                left =
-                    multiply
-                        ? Quantity{left->value * right->value, left->length + right->length, bare}
-                        : Quantity{left->value / right->value, left->length - right->length, bare};
+                left = Quantity{multiply ? left->value * right->value : left->value / right->value,
+                                left->length + (multiply ? right->length : -right->length),
+                                left->bare && right->bare};
             }
             return left;
         }
-        std::optional<Quantity> Expression() {
-            std::optional<Quantity> left = Term();
-            while (left) {
-                const bool add = Take(L'+');
-                if (!add && !Take(L'-'))
-                    break;
-                std::optional<Quantity> right = Term();
+        std::optional<Quantity> Sum() {
+            std::optional<Quantity> left = Product();
+            for (bool add; left && ((add = Take(L'+')) || Take(L'-'));) {
+                std::optional<Quantity> right = Product();
                 if (!right)
                     return std::nullopt;
                 if (left->length != right->length) {
@@ -225,16 +172,10 @@ private:
                 }
                 if (right->length != left->length)
                     return std::nullopt; // lengths and plain numbers don't add up
-                left->value += add ? right->value : -right->value;
-                left->bare = left->bare && right->bare;
+                left = Quantity{left->value + (add ? right->value : -right->value), left->length,
+                                left->bare && right->bare};
             }
             return left;
-        }
-        std::optional<Quantity> Whole() {
-            const std::optional<Quantity> result = Expression();
-            if (!result || !AtEnd())
-                return std::nullopt;
-            return InDefaultUnit(*result);
         }
     };
 };

@@ -14,22 +14,15 @@
 
 using namespace torvex;
 using torvex::testing::Cached;
-using torvex::testing::FileBytes;
+using torvex::testing::Fields;
 using torvex::testing::Header;
 using torvex::testing::ScratchDirectory;
 
 namespace {
 
-// A file with the column A, the language en and the row R1, whose value of A is `value` (none
-// when empty).
-std::string OneRowFile(const std::u16string& value) {
-    FileBytes b = Header({u"A"}, {u"en"});
-    b.I32(1).Str(u"R1").I32(1).U16(0);
-    if (value.empty())
-        b.I32(0);
-    else
-        b.I32(1).U16(0).Str(value);
-    return b.Bytes();
+// A file with the column A, the language en and the row R1, whose value of A is "v".
+std::string OneRowFile() {
+    return Header({u"A"}, {u"en"}).Bytes() + Fields("i:1 s:R1 i:1 h:0 i:1 h:0 s:v");
 }
 
 size_t LanguagesOf(CTableValueCache& cache, const WideString& row) {
@@ -37,47 +30,29 @@ size_t LanguagesOf(CTableValueCache& cache, const WideString& row) {
     return loc ? loc->GetLanguageCount() : 0;
 }
 
-TEST(ValueCache, MissCreatesNothing) {
+// Rows, languages and column ids compare exactly; a miss creates nothing; clearing the last
+// column of a language removes the language from the row, while rows stay, empty.
+TEST(ValueCache, LanguagesAreIndependentAndEmptyLanguagesGo) {
     CTableValueCache cache(L"");
     WideString value = L"untouched";
     EXPECT_EQ(cache.GetValue(L"R1", L"A", L"en", value), 1);
     EXPECT_EQ(value, L"untouched");
     EXPECT_EQ(cache.GetRowCount(), 0u);
-    EXPECT_EQ(cache.GetRowCache(L"R1", false), nullptr);
     EXPECT_FALSE(cache.IsDirty());
-    EXPECT_EQ(cache.GetFilePath(), L"");
-}
-
-TEST(ValueCache, OverwriteKeepsOneEntryWithTheSecondValue) {
-    ScratchDirectory dir;
-    {
-        CTableValueCache cache(dir.Path());
-        cache.SetValue(L"R1", L"A", L"en", L"1");
-        cache.SetValue(L"R1", L"A", L"en", L"2");
-        EXPECT_EQ(Cached(cache, L"R1", L"A", L"en"), L"2");
-        cache.Save({L"A"});
-    }
-    EXPECT_EQ(dir.Read(), OneRowFile(u"2"));
-}
-
-TEST(ValueCache, LanguagesAreIndependentAndEmptyLanguagesGo) {
-    CTableValueCache cache(L"");
+    cache.SetValue(L"R1", L"A", L"en", L"0");
     cache.SetValue(L"R1", L"A", L"en", L"1");
     cache.SetValue(L"R1", L"A", L"de", L"eins");
     cache.SetValue(L"R1", L"B", L"de", L"zwei");
     cache.SetValue(L"R2", L"A", L"en", L"one");
-    EXPECT_EQ(cache.GetLanguageIndex(L"en"), 0);
+    EXPECT_EQ(Cached(cache, L"R1", L"A", L"en"), L"1");
     EXPECT_EQ(cache.GetLanguageIndex(L"de"), 1);
-    EXPECT_EQ(cache.GetLanguageIndex(L"EN"), -1); // keys compare exactly
+    EXPECT_EQ(cache.GetLanguageIndex(L"EN"), -1);
     EXPECT_EQ(Cached(cache, L"R1", L"A", L"EN"), std::nullopt);
     EXPECT_EQ(Cached(cache, L"r1", L"A", L"en"), std::nullopt);
 
-    // Clearing the last column of a language removes the language from the row.
     cache.ClearValue(L"R1", L"A", L"en");
-    EXPECT_EQ(Cached(cache, L"R1", L"A", L"en"), std::nullopt);
     EXPECT_EQ(Cached(cache, L"R1", L"A", L"de"), L"eins");
     EXPECT_EQ(LanguagesOf(cache, L"R1"), 1u);
-
     // ClearColumnInRow takes every language of one row; ClearColumn every row.
     cache.SetValue(L"R1", L"A", L"en", L"1");
     cache.ClearColumnInRow(L"R1", L"A");
@@ -85,20 +60,18 @@ TEST(ValueCache, LanguagesAreIndependentAndEmptyLanguagesGo) {
     EXPECT_EQ(Cached(cache, L"R1", L"B", L"de"), L"zwei");
     EXPECT_EQ(Cached(cache, L"R2", L"A", L"en"), L"one");
     EXPECT_EQ(LanguagesOf(cache, L"R1"), 1u);
-
     cache.SetValue(L"R1", L"A", L"en", L"1");
     cache.ClearColumn(L"A");
     cache.ClearColumn(L"B");
     EXPECT_EQ(Cached(cache, L"R2", L"A", L"en"), std::nullopt);
-    EXPECT_EQ(Cached(cache, L"R1", L"B", L"de"), std::nullopt);
-    // The row caches stay, empty.
     EXPECT_EQ(cache.GetRowCount(), 2u);
     EXPECT_EQ(LanguagesOf(cache, L"R1"), 0u);
 }
 
+// Reads and clears that find nothing keep the cache clean; every change dirties it.
 TEST(ValueCache, DirtyFlag) {
     ScratchDirectory dir;
-    dir.Write(OneRowFile(u"v"));
+    dir.Write(OneRowFile());
     struct Case {
         const char* name;
         void (*change)(CTableValueCache&);
@@ -127,66 +100,55 @@ TEST(ValueCache, DirtyFlag) {
     }
 }
 
+// The memo of the last row never outlives its row; Clear forgets rows, memo and indexes but
+// keeps the dirty flag; an empty row id names no row.
 TEST(ValueCache, RowMemoNeverOutlivesItsRow) {
     CTableValueCache cache(L"");
     cache.SetValue(L"R1", L"A", L"en", L"1");
     cache.SetValue(L"R2", L"A", L"en", L"2");
     CValueCache* r2 = cache.GetRowCache(L"R2", false);
-    EXPECT_EQ(cache.GetRowCache(L"R2", true), r2); // the memo answers
-    cache.DropRow(L"R2");                          // the memo's row
+    EXPECT_EQ(cache.GetRowCache(L"R2", true), r2);
+    cache.DropRow(L"R2");
     EXPECT_EQ(cache.GetRowCache(L"R2", false), nullptr);
-    EXPECT_EQ(Cached(cache, L"R2", L"A", L"en"), std::nullopt);
     EXPECT_EQ(Cached(cache, L"R1", L"A", L"en"), L"1");
     cache.DropRow(L"R1"); // the memo again, after the read above
     EXPECT_EQ(cache.GetRowCount(), 0u);
     cache.SetValue(L"R1", L"A", L"en", L"new");
     EXPECT_EQ(Cached(cache, L"R1", L"A", L"en"), L"new");
-
-    // Clear forgets rows, memo and indexes, but keeps the dirty flag.
     cache.Clear();
     EXPECT_EQ(Cached(cache, L"R1", L"A", L"en"), std::nullopt);
     EXPECT_EQ(cache.GetLanguageIndex(L"en"), -1);
     EXPECT_TRUE(cache.IsDirty());
-
-    // An empty row id names no row while none is remembered.
     EXPECT_EQ(cache.GetRowCache(L"", true), nullptr);
     cache.SetValue(L"", L"A", L"en", L"ignored");
     EXPECT_EQ(cache.GetRowCount(), 0u);
 }
 
+// Save writes only with a folder that exists, with rows, with changes and while attached.
 TEST(ValueCache, SaveWritesOnlyWithPathRowsAndChanges) {
-    const std::string original = OneRowFile(u"");
+    const std::string original = OneRowFile();
     {
-        SCOPED_TRACE("no directory");
-        CTableValueCache cache(L"");
-        cache.SetValue(L"R1", L"A", L"en", L"1");
-        cache.Save({L"A"}); // nowhere to write; nothing to check but that it is quiet
-        EXPECT_EQ(cache.GetFilePath(), L"");
-    }
-    {
-        SCOPED_TRACE("changed but no rows");
         ScratchDirectory dir;
         CTableValueCache cache(dir.Path());
         cache.MarkDirty();
         cache.Save({L"A"});
-        EXPECT_FALSE(dir.HasFile());
+        EXPECT_FALSE(dir.HasFile()) << "changed but no rows";
     }
     {
-        SCOPED_TRACE("rows but unchanged since the load");
         ScratchDirectory dir;
         dir.Write(original);
         CTableValueCache cache(dir.Path());
         cache.Save({L"B", L"A"});
-        EXPECT_EQ(dir.Read(), original);
-        cache.MarkDirty();
+        EXPECT_EQ(dir.Read(), original) << "rows but unchanged since the load";
+        cache.SetValue(L"R1", L"A", L"en", L"w");
+        cache.SetValue(L"R1", L"A", L"en", L"v");
         cache.Save({L"A"});
-        EXPECT_EQ(dir.Read(), original); // written anew, with the same content
+        EXPECT_EQ(dir.Read(), original) << "an overwrite keeps one entry";
         cache.MarkDirty();
         cache.Save({L"B", L"A"});
         EXPECT_NE(dir.Read(), original);
     }
     {
-        SCOPED_TRACE("detached");
         ScratchDirectory dir;
         dir.Write(original);
         CTableValueCache cache(dir.Path());
@@ -194,24 +156,21 @@ TEST(ValueCache, SaveWritesOnlyWithPathRowsAndChanges) {
         cache.DetachFile();
         EXPECT_EQ(cache.GetFilePath(), L"");
         cache.Save({L"A"});
-        EXPECT_EQ(dir.Read(), original);
+        EXPECT_EQ(dir.Read(), original) << "detached";
     }
-    {
-        SCOPED_TRACE("directory that does not exist");
-        CTableValueCache cache(L"/nonexistent-torvex-dir/sub");
-        cache.SetValue(L"R1", L"A", L"en", L"1");
-        cache.Save({L"A"});
-        EXPECT_FALSE(platform::PathExists(cache.GetFilePath()));
-    }
+    CTableValueCache cache(L"/nonexistent-torvex-dir/sub");
+    cache.SetValue(L"R1", L"A", L"en", L"1");
+    cache.Save({L"A"});
+    EXPECT_FALSE(platform::PathExists(cache.GetFilePath()));
 }
 
+// The simple cache ignores languages; its record is a value count, then column index and value,
+// indexes outside the owner's column table dropped; a cut record keeps what was read.
 TEST(ValueCache, SimpleCacheIgnoresLanguages) {
-    // The owner's column table comes from a file without rows.
     ScratchDirectory dir;
-    dir.Write(Header({u"A", u"B"}, {}).I32(0).Bytes());
+    dir.Write(Header({u"A", u"B"}, {}).Bytes() + Fields("i:0"));
     CTableValueCache owner(dir.Path());
     ASSERT_EQ(owner.GetColumnNames(), (WideStringList{L"A", L"B"}));
-
     CValueCacheSimple simple(&owner);
     simple.SetCachedValue(L"A", L"en", L"1");
     simple.SetCachedValue(L"A", L"de", L"2");
@@ -221,12 +180,10 @@ TEST(ValueCache, SimpleCacheIgnoresLanguages) {
     simple.ClearColumnInLanguage(L"A", L"xx");
     EXPECT_EQ(simple.GetCachedValue(L"A", L"de", value), 1);
 
-    // Its record: value count, then column index and value; indexes out of the table drop.
-    CCacheArchive in(
-        FileBytes().I32(3).U16(1).Str(u"b").U16(0xFFFF).Str(u"lost").U16(0).Str(u"a").Bytes());
+    CCacheArchive in(Fields("i:3 h:1 s:b h:0xFFFF s:lost h:0 s:a"));
     EXPECT_EQ(simple.Load(in), 1);
     EXPECT_EQ(simple.GetValueCount(), 2u);
-    CCacheArchive cut(FileBytes().I32(2).U16(1).Str(u"b").U16(0).Bytes());
+    CCacheArchive cut(Fields("i:2 h:1 s:b h:0"));
     CValueCacheSimple partial(&owner);
     EXPECT_EQ(partial.Load(cut), 0);
     CCacheArchive empty{std::string()};

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 #include <vector>
 
 namespace torvex {
@@ -63,78 +64,58 @@ CEncapFamilyColumn& Column(CEncapFamilyTable& table, const wchar_t* id) {
     return *table.GetFamilyColumnByID(id);
 }
 
+// A cell edit moves its member's revision when the column, or one depending on it, changes what
+// a member looks like (a range column stops the walk); a formula edit of such a column moves all
+// members to one new GUID; row states follow the cells written only.
 TEST(Revisions, MoveExactlyWhenAMemberChanges) {
     enum Moves { None, First, Second, AllAlike };
-    const struct {
-        const char* name;
-        std::function<void(CEncapFamilyTable&)> edit;
-        Moves moves;
-        std::vector<bool> modified;
-    } cases[] = {
-        {"geometry cell",
-         [](auto& t) { t.SetValue(L"r1", L"shape", L"x", false); },
-         First,
-         {true, false}},
-        {"host property cell",
-         [](auto& t) { t.SetValue(L"r2", L"host", L"x", false); },
-         Second,
-         {false, true}},
-        {"cell a geometry column refers to",
-         [](auto& t) { t.SetValue(L"r1", L"size", L"M8", true); },
-         First,
-         {true, false}},
-        {"range cell",
-         [](auto& t) { t.SetValue(L"r1", L"pick", L"p", true); },
-         None,
-         {true, false}},
-        {"plain cell",
-         [](auto& t) { t.SetValue(L"r1", L"note", L"n", true); },
-         None,
-         {true, false}},
-        {"cell of a dependent of nothing",
-         [](auto& t) { t.SetValue(L"r2", L"label", L"l", true); },
-         None,
-         {false, true}},
-        {"geometry formula",
-         [](auto& t) { Column(t, L"shape").SetFormula(L"{pick}{size}"); },
-         AllAlike,
-         {false, false}},
+    using Edit = std::function<void(CEncapFamilyTable&)>;
+    auto set = [](const wchar_t* row, const wchar_t* column, bool invalidate) -> Edit {
+        return [=](CEncapFamilyTable& t) { t.SetValue(row, column, L"x", invalidate); };
+    };
+    auto formula = [](const wchar_t* column, const wchar_t* text) -> Edit {
+        return [=](CEncapFamilyTable& t) {
+            text ? Column(t, column).SetFormula(text) : Column(t, column).SetEmptyFormula();
+        };
+    };
+    using Case = std::tuple<const char*, Edit, Moves, std::vector<bool>>;
+    const Case cases[] = {
+        {"geometry cell", set(L"r1", L"shape", false), First, {true, false}},
+        {"host property cell", set(L"r2", L"host", false), Second, {false, true}},
+        {"cell a geometry column refers to", set(L"r1", L"size", true), First, {true, false}},
+        {"range cell", set(L"r1", L"pick", true), None, {true, false}},
+        {"plain cell", set(L"r1", L"note", true), None, {true, false}},
+        {"cell of a dependent of nothing", set(L"r2", L"label", true), None, {false, true}},
+        {"geometry formula", formula(L"shape", L"{pick}{size}"), AllAlike, {false, false}},
         {"formula of what a geometry column refers to",
-         [](auto& t) { Column(t, L"size").SetFormula(L"{note}"); },
+         formula(L"size", L"{note}"),
          AllAlike,
          {false, false}},
-        {"empty geometry formula",
-         [](auto& t) { Column(t, L"shape").SetEmptyFormula(); },
-         AllAlike,
-         {false, false}},
-        {"plain formula",
-         [](auto& t) { Column(t, L"note").SetFormula(L"z"); },
-         None,
-         {false, false}},
+        {"empty geometry formula", formula(L"shape", nullptr), AllAlike, {false, false}},
+        {"plain formula", formula(L"note", L"z"), None, {false, false}},
         {"bump of all",
          [](auto& t) { t.BumpAllMemberRevisions(nullptr); },
          AllAlike,
          {false, false}},
     };
-    for (const auto& c : cases) {
+    for (const auto& [name, edit, moves, modified] : cases) {
         auto family = OpenFamily(Family(kColumns, kRows).c_str());
         CEncapFamilyTable& table = *family->GetEncapFamilyTable();
         Column(table, L"shape").SetIsGeometryColumn(true);
         Column(table, L"host").SetIsHostPropertyColumn(true);
-        c.edit(table);
+        edit(table);
         const WideStringList revisions = Revisions(table);
-        ASSERT_EQ(revisions.size(), 2u);
-        EXPECT_EQ(revisions[0] != L"rev1", c.moves == First || c.moves == AllAlike) << c.name;
-        EXPECT_EQ(revisions[1] != L"rev2", c.moves == Second || c.moves == AllAlike) << c.name;
+        EXPECT_EQ(revisions[0] != L"rev1", moves == First || moves == AllAlike) << name;
+        EXPECT_EQ(revisions[1] != L"rev2", moves == Second || moves == AllAlike) << name;
         for (const WideString& revision : revisions)
-            EXPECT_TRUE(revision.size() == 36 || revision.rfind(L"rev", 0) == 0) << c.name;
-        if (c.moves == AllAlike) {
-            EXPECT_EQ(revisions[0], revisions[1]) << c.name;
-        }
-        EXPECT_EQ(Modified(table), c.modified) << c.name;
+            EXPECT_TRUE(revision.size() == 36 || revision.rfind(L"rev", 0) == 0) << name;
+        EXPECT_EQ(moves == AllAlike, revisions[0] == revisions[1]) << name;
+        EXPECT_EQ(Modified(table), modified) << name;
     }
 }
 
+// Writes to the revision column stay as written and mark no row, an explicit revision goes to
+// every member; a revision column that itself changes what a member looks like bumps once.
 TEST(Revisions, WritesToTheRevisionColumnStayAsWritten) {
     auto family = OpenFamily(Family(kColumns, kRows).c_str());
     CEncapFamilyTable& table = *family->GetEncapFamilyTable();
@@ -143,9 +124,6 @@ TEST(Revisions, WritesToTheRevisionColumnStayAsWritten) {
     table.SetValue(L"r2", FamilyNames::ColMemberRevision, L"other", true);
     EXPECT_EQ(Revisions(table), (WideStringList{L"rev-7", L"other"}));
     EXPECT_EQ(Modified(table), (std::vector<bool>{false, false}));
-
-    // A revision column that itself changes what a member looks like bumps once and ends: the
-    // written text gives way to one new revision.
     Column(table, FamilyNames::ColMemberRevision).SetIsGeometryColumn(true);
     table.SetValue(L"r1", FamilyNames::ColMemberRevision, L"manual", true);
     const WideStringList revisions = Revisions(table);
@@ -153,32 +131,7 @@ TEST(Revisions, WritesToTheRevisionColumnStayAsWritten) {
     EXPECT_EQ(revisions[1], L"other");
 }
 
-TEST(Revisions, LoopOfFormulasReadFromTheDocumentEndsTheWalks) {
-    // x = {y} and y = {x} can only come from a document; z = {x} is a geometry column.
-    auto family =
-        OpenFamily(Family(L"<Column ColumnId=\"x\" ValueType=\"string\" ColumnwideValue=\"{y}\"/>"
-                          L"<Column ColumnId=\"y\" ValueType=\"string\" ColumnwideValue=\"{x}\"/>"
-                          L"<Column ColumnId=\"z\" ValueType=\"string\" ColumnwideValue=\"{x}\"/>"
-                          L"<Column ColumnId=\"u\" ValueType=\"string\"/>"
-                          L"<Column ColumnId=\"MEMBER_REVISION\" ValueType=\"string\"/>",
-                          L"<Row RowId=\"r\"><Cell ColumnId=\"u\">1</Cell></Row>")
-                       .c_str());
-    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
-    EXPECT_FALSE(Column(table, L"x").ChangeInColumnCausesRefresh());
-    table.GetValueCache()->SetValue(L"r", L"u", L"", L"1");
-    table.SetValue(L"r", L"x", L"2", true);
-    EXPECT_EQ(Revisions(table), WideStringList{L""});
-
-    Column(table, L"z").SetIsGeometryColumn(true);
-    EXPECT_TRUE(Column(table, L"y").ChangeInColumnCausesRefresh());
-    table.GetValueCache()->SetValue(L"r", L"y", L"", L"old");
-    table.SetValue(L"r", L"x", L"3", true);
-    EXPECT_EQ(Revisions(table)[0].size(), 36u);
-    WideString cached;
-    EXPECT_EQ(table.GetValueCache()->GetValue(L"r", L"u", L"", cached), 0) << "outside the loop";
-    EXPECT_EQ(table.GetValueCache()->GetValue(L"r", L"y", L"", cached), 1);
-}
-
+// Without a revision column nothing moves and no column is made, linked family or not.
 TEST(Revisions, WithoutRevisionColumnNothingMoves) {
     for (const wchar_t* root : {L"", L" FromSource=\"Lib\""}) {
         auto family = OpenFamily(
@@ -197,6 +150,9 @@ TEST(Revisions, WithoutRevisionColumnNothingMoves) {
     }
 }
 
+// The first bump in a linked family makes the hidden column SOURCE_MEMBER_REVISION and copies
+// each member's revision before it moves (members without one get no cell); later bumps leave
+// the snapshot alone.
 TEST(Revisions, FirstBumpInALinkedFamilyKeepsTheSourceRevisions) {
     auto family =
         OpenFamily(Family(L"<Column ColumnId=\"g\" ValueType=\"string\"/>"
@@ -208,17 +164,12 @@ TEST(Revisions, FirstBumpInALinkedFamilyKeepsTheSourceRevisions) {
                        .c_str());
     CEncapFamilyTable& table = *family->GetEncapFamilyTable();
     Column(table, L"g").SetIsGeometryColumn(true);
-
     table.SetValue(L"r1", L"g", L"1", false);
     const WideStringList first = Revisions(table);
     EXPECT_EQ(first[0].size(), 36u);
-    EXPECT_EQ(table.GetAllColumnIDs(),
-              (WideStringList{L"g", L"MEMBER_REVISION", L"SOURCE_MEMBER_REVISION"}));
     const CEncapFamilyColumn* source = table.GetFamilyColumnByID(L"source_member_revision");
     ASSERT_NE(source, nullptr);
     EXPECT_TRUE(source->IsHidden());
-    EXPECT_EQ(source->GetDataType(), DataTypes::DataString);
-    EXPECT_EQ(source->GetKeyWeight(), 0);
     const WideString columns =
         L"<Columns><Column ColumnId=\"g\" ValueType=\"string\"/>"
         L"<Column ColumnId=\"MEMBER_REVISION\" ValueType=\"string\"/>"
@@ -237,8 +188,6 @@ TEST(Revisions, FirstBumpInALinkedFamilyKeepsTheSourceRevisions) {
     };
     EXPECT_EQ(TableXml(*family), L"<FamilyTable>" + columns + rows(first) + L"</FamilyTable>");
     EXPECT_EQ(Modified(table), (std::vector<bool>{true, false, false}));
-
-    // Later bumps leave the source revisions alone.
     table.BumpAllMemberRevisions(nullptr);
     const WideStringList second = Revisions(table);
     EXPECT_NE(second[0], first[0]);
@@ -247,51 +196,43 @@ TEST(Revisions, FirstBumpInALinkedFamilyKeepsTheSourceRevisions) {
     EXPECT_EQ(table.CreateSourceMemberRevisionColumn(), nullptr) << "the column exists";
 }
 
+// A new column goes at the index (first for negative, last beyond the end), with Title, KeyWeight
+// and Hidden written, and no value kept for a former column of its id; Columns is made when
+// missing; an id equal ignoring case or a family without table element gives null.
 TEST(Revisions, InsertNewColumnFollowsThePlaceRule) {
-    const struct {
-        int index;
-        WideStringList ids;
-    } cases[] = {
+    const std::pair<int, WideStringList> cases[] = {
         {-1, {L"n", L"a", L"b"}}, {0, {L"n", L"a", L"b"}},  {1, {L"a", L"n", L"b"}},
         {2, {L"a", L"b", L"n"}},  {99, {L"a", L"b", L"n"}},
     };
-    for (const auto& c : cases) {
+    const WideString added =
+        L"<Column ColumnId=\"n\" Title=\"n\" KeyWeight=\"0\" Hidden=\"false\"/>";
+    for (const auto& [index, ids] : cases) {
         auto family = OpenFamily(
             Family(L"<Column ColumnId=\"a\"/><Column ColumnId=\"b\"/>", L"<Row RowId=\"r\"/>")
                 .c_str());
         CEncapFamilyTable& table = *family->GetEncapFamilyTable();
-        // A value kept for a former column of that id isn't served for the new one.
         table.GetValueCache()->SetValue(L"r", L"n", L"", L"stale");
-        CEncapFamilyColumn* column = table.InsertNewColumn(c.index, L"n");
-        ASSERT_NE(column, nullptr) << c.index;
-        EXPECT_EQ(table.GetAllColumnIDs(), c.ids) << c.index;
+        CEncapFamilyColumn* column = table.InsertNewColumn(index, L"n");
+        EXPECT_EQ(table.GetAllColumnIDs(), ids) << index;
         EXPECT_EQ(table.GetFamilyColumnByID(L"N"), column);
         WideString columns;
-        for (const WideString& id : c.ids)
-            columns += id == L"n" ? L"<Column ColumnId=\"n\" Title=\"n\" KeyWeight=\"0\" "
-                                    L"Hidden=\"false\"/>"
-                                  : L"<Column ColumnId=\"" + id + L"\"/>";
+        for (const WideString& id : ids)
+            columns += id == L"n" ? added : L"<Column ColumnId=\"" + id + L"\"/>";
         EXPECT_EQ(TableXml(*family), L"<FamilyTable><Columns>" + columns +
                                          L"</Columns><Rows><Row RowId=\"r\"/></Rows>"
                                          L"</FamilyTable>")
-            << c.index;
-        EXPECT_EQ(column->GetColumnType(), CEncapFamilyColumn::ColumnTypeNormal);
-        EXPECT_FALSE(column->IsPropertyColumn() || column->IsStatusColumn());
+            << index;
         WideString value = L"x";
         EXPECT_EQ(table.GetValue(L"r", L"n", value), CTableEvaluator::EvalOk);
         EXPECT_EQ(value, L"");
     }
-
     auto family = OpenFamily(L"<F><FamilyTable/></F>");
     CEncapFamilyTable& table = *family->GetEncapFamilyTable();
-    EXPECT_NE(table.InsertNewColumn(0, L"a"), nullptr) << "Columns is made when missing";
-    EXPECT_EQ(table.InsertNewColumn(0, L"A"), nullptr) << "an id equal ignoring case";
-    EXPECT_EQ(table.GetColumnsCount(), 1u);
+    EXPECT_NE(table.InsertNewColumn(0, L"a"), nullptr);
+    EXPECT_EQ(table.InsertNewColumn(0, L"A"), nullptr);
     EXPECT_EQ(TableXml(*family), L"<FamilyTable><Columns><Column ColumnId=\"a\" Title=\"a\" "
                                  L"KeyWeight=\"0\" Hidden=\"false\"/></Columns></FamilyTable>");
-
-    auto bare = OpenFamily(L"<F/>");
-    EXPECT_EQ(bare->GetEncapFamilyTable()->InsertNewColumn(0, L"a"), nullptr) << "no table node";
+    EXPECT_EQ(OpenFamily(L"<F/>")->GetEncapFamilyTable()->InsertNewColumn(0, L"a"), nullptr);
 }
 
 } // namespace

@@ -42,7 +42,11 @@ const char kTable[] = "\xEF\xBB\xBF# materials\r\n"
                       "brass\tde-DE\tMessing CuZn39\n"
                       "only-key\tref\tREF-1\n";
 
-TEST(HostMaterials, LooksUpNamesByLanguage) {
+// Names by language: languages ignore case and '_' for '-', fall back to the same primary
+// language and then to the first name; keys ignore case and blanks; the later line wins; fields
+// are trimmed. Reference keys are found by key or by any name ignoring case; a material without
+// a reference line is its own key.
+TEST(HostMaterials, LooksUpNamesAndReferenceKeys) {
     CMaterialTable table;
     ASSERT_EQ(table.LoadText(kTable), 0);
     EXPECT_EQ(table.Size(), 3u);
@@ -50,33 +54,20 @@ TEST(HostMaterials, LooksUpNamesByLanguage) {
         const wchar_t* key;
         const wchar_t* language;
         const wchar_t* name; // null: not found
-    } cases[] = {
-        {L"steel-8.8", L"en-US", L"Steel 8.8"},
-        {L"steel-8.8", L"DE-DE", L"Stahl 8.8"}, // languages ignore case
-        {L"steel-8.8", L"de_DE", L"Stahl 8.8"}, // and '_' for '-'
-        {L"steel-8.8", L"de-AT", L"Stahl 8.8"}, // same primary language
-        {L"steel-8.8", L"ja-JP", L"Steel 8.8"}, // else the first name
-        {L"steel-8.8", L"", L"Steel 8.8"},
-        {L"STEEL-8.8 ", L"en-US", L"Steel 8.8"}, // keys ignore case and blanks
-        {L"brass", L"de-DE", L"Messing CuZn39"}, // the later line wins
-        {L"brass", L"en-US", L"Laiton"},         // fields are trimmed
-        {L"only-key", L"en-US", nullptr},        // a material without names
+    } names[] = {
+        {L"steel-8.8", L"en-US", L"Steel 8.8"},  {L"steel-8.8", L"DE-DE", L"Stahl 8.8"},
+        {L"steel-8.8", L"de_DE", L"Stahl 8.8"},  {L"steel-8.8", L"de-AT", L"Stahl 8.8"},
+        {L"steel-8.8", L"ja-JP", L"Steel 8.8"},  {L"steel-8.8", L"", L"Steel 8.8"},
+        {L"STEEL-8.8 ", L"en-US", L"Steel 8.8"}, {L"brass", L"de-DE", L"Messing CuZn39"},
+        {L"brass", L"en-US", L"Laiton"},         {L"only-key", L"en-US", nullptr},
         {L"copper", L"en-US", nullptr},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : names) {
         WideString name = L"unchanged";
         EXPECT_EQ(table.FindName(c.key, c.language, &name), c.name != nullptr) << Narrow(c.key);
         EXPECT_EQ(name, c.name ? c.name : L"unchanged") << Narrow(c.key);
     }
-}
-
-TEST(HostMaterials, ReferenceKeyOfKeyOrName) {
-    CMaterialTable table;
-    ASSERT_EQ(table.LoadText(kTable), 0);
-    const struct {
-        const wchar_t* text;
-        const wchar_t* refKey; // null: not found
-    } cases[] = {
+    const std::pair<const wchar_t*, const wchar_t*> refKeys[] = {
         {L"steel-8.8", L"ISO 898-1 8.8"},
         {L"Stahl 8.8", L"ISO 898-1 8.8"},
         {L"steel 8.8", L"ISO 898-1 8.8"},
@@ -86,13 +77,15 @@ TEST(HostMaterials, ReferenceKeyOfKeyOrName) {
         {L"Messing", nullptr},
         {L"", nullptr},
     };
-    for (const auto& c : cases) {
+    for (const auto& [text, expected] : refKeys) {
         WideString refKey = L"unchanged";
-        EXPECT_EQ(table.FindRefKey(c.text, &refKey), c.refKey != nullptr) << Narrow(c.text);
-        EXPECT_EQ(refKey, c.refKey ? c.refKey : L"unchanged") << Narrow(c.text);
+        EXPECT_EQ(table.FindRefKey(text, &refKey), expected != nullptr) << Narrow(text);
+        EXPECT_EQ(refKey, expected ? expected : L"unchanged") << Narrow(text);
     }
 }
 
+// Lines without exactly three non-empty fields are skipped and their numbers kept; the last
+// line needs no line break.
 TEST(HostMaterials, MalformedLinesAreSkippedAndCounted) {
     CMaterialTable table;
     EXPECT_EQ(table.LoadText("a\ten-US\tA\n"
@@ -111,6 +104,7 @@ TEST(HostMaterials, MalformedLinesAreSkippedAndCounted) {
     EXPECT_EQ(name, L"G");
 }
 
+// A missing file fails and keeps the table; an empty one empties it; the examples' table loads.
 TEST(HostMaterials, LoadsFilesAndKeepsTheTableWhenOneIsMissing) {
     CMaterialTable table;
     TempFile file(kTable);
@@ -129,6 +123,8 @@ TEST(HostMaterials, LoadsFilesAndKeepsTheTableWhenOneIsMissing) {
     EXPECT_TRUE(table.FindRefKey(L"steel-8.8", &refKey));
 }
 
+// The provider names materials in its language (the first name without one), passes unknown
+// keys through, and answers reference keys; null arguments fail.
 TEST(HostMaterials, ProviderAnswersFromTheTable) {
     auto table = std::make_shared<CMaterialTable>();
     ASSERT_EQ(table->LoadText(kTable), 0);

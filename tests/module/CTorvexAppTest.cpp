@@ -5,6 +5,7 @@
 namespace torvex {
 namespace {
 
+// One application object per loaded library; InitInstance answers 1.
 TEST(CTorvexApp, OneObjectPerLoadedLibraryAnswersOne) {
     CTorvexApp& app = CTorvexApp::Instance();
     EXPECT_EQ(&app, &CTorvexApp::Instance());

@@ -8,33 +8,29 @@
 namespace torvex::platform {
 namespace {
 
-TEST(Files, WriteReadAndDeleteBytes) {
+// Bytes go to a file and back unchanged (a rewrite truncates), under either path separator;
+// unreadable paths fail without touching the output, a directory included.
+TEST(Files, WriteReadDeleteAndFailures) {
+    const std::wstring directory = TempDirectory();
     const std::wstring path =
-        TempDirectory() + L"torvex_files_" + std::to_wstring(::getpid()) + L"_\u00e4.bin";
-    std::wstring backslashed = path; // the same file, named with the other separator
+        directory + L"torvex_files_" + std::to_wstring(::getpid()) + L"_\u00e4";
+    std::wstring backslashed = path;
     for (wchar_t& c : backslashed)
-        if (c == L'/')
-            c = L'\\';
+        c = c == L'/' ? L'\\' : c;
     const std::string bytes("\xFF\xFE\0a\r\n", 6);
-
     ASSERT_TRUE(WriteFileBytes(path, bytes));
     std::string out;
     ASSERT_TRUE(ReadFileBytes(backslashed, out));
     EXPECT_EQ(out, bytes);
-    ASSERT_TRUE(WriteFileBytes(path, "x")); // truncates
+    ASSERT_TRUE(WriteFileBytes(path, "x"));
     ASSERT_TRUE(ReadFileBytes(path, out));
     EXPECT_EQ(out, "x");
     EXPECT_TRUE(DeleteFile(backslashed));
     EXPECT_FALSE(DeleteFile(path));
     EXPECT_FALSE(PathExists(path));
-}
-
-TEST(Files, UnreadablePathsFailAndLeaveTheOutputAlone) {
-    const std::wstring directory = TempDirectory();
-    for (const std::wstring& path :
-         {directory, directory + L"torvex_no_such_file", std::wstring()}) {
-        std::string out = "untouched";
-        EXPECT_FALSE(ReadFileBytes(path, out)) << path; // a directory must not throw either
+    for (const std::wstring& bad : {directory, path, std::wstring()}) {
+        out = "untouched";
+        EXPECT_FALSE(ReadFileBytes(bad, out)) << bad;
         EXPECT_EQ(out, "untouched");
     }
     EXPECT_FALSE(WriteFileBytes(directory, "x"));

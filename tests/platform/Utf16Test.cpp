@@ -3,16 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace torvex::platform {
 namespace {
 
+// Text round-trips through UTF-8 and UTF-16, with embedded NULs and surrogate pairs.
 TEST(Utf16, RoundTripsThroughUtf8AndUtf16) {
-    struct Case {
-        std::wstring text;
-        std::string utf8;
-        std::u16string utf16;
-    };
+    using Case = std::tuple<std::wstring, std::string, std::u16string>;
     const Case cases[] = {
         {L"", "", u""},
         {L"abc", "abc", u"abc"},
@@ -23,53 +21,46 @@ TEST(Utf16, RoundTripsThroughUtf8AndUtf16) {
         {L"\U00010000", "\xF0\x90\x80\x80", {0xD800, 0xDC00}},
         {L"x\U0001F600y", "x\xF0\x9F\x98\x80y", {u'x', 0xD83D, 0xDE00, u'y'}},
         {L"\U0010FFFF", "\xF4\x8F\xBF\xBF", {0xDBFF, 0xDFFF}}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(ToUtf8(c.text), c.utf8);
-        EXPECT_EQ(FromUtf8(c.utf8), c.text);
-        EXPECT_EQ(ToUtf16(c.text), c.utf16);
-        EXPECT_EQ(FromUtf16(c.utf16), c.text);
-        EXPECT_EQ(Utf16Length(c.text), c.utf16.size());
+    for (const auto& [text, utf8, utf16] : cases) {
+        EXPECT_EQ(ToUtf8(text), utf8);
+        EXPECT_EQ(FromUtf8(utf8), text);
+        EXPECT_EQ(ToUtf16(text), utf16);
+        EXPECT_EQ(FromUtf16(utf16), text);
+        EXPECT_EQ(Utf16Length(text), utf16.size());
     }
 }
 
-TEST(Utf16, BadUtf8BecomesReplacementCharacters) {
-    struct Case {
-        std::string bytes;
-        std::wstring text;
-    };
-    const Case cases[] = {
-        {"\x80", L"\ufffd"},             // lone continuation byte
-        {"\xC3", L"\ufffd"},             // truncated at the end
-        {"\xC3(", L"\ufffd("},           // truncated before an ASCII byte
-        {"\xE2\x82", L"\ufffd"},         // three-byte form cut short
-        {"\xE2\x82x", L"\ufffdx"},       //
-        {"\xC0\x80", L"\ufffd"},         // overlong NUL
-        {"\xE0\x80\xAF", L"\ufffd"},     // overlong '/'
-        {"\xED\xA0\x80", L"\ufffd"},     // encoded surrogate
-        {"\xF4\x90\x80\x80", L"\ufffd"}, // beyond U+10FFFF
-        {"\xF8\x88\x80\x80\x80", L"\ufffd\ufffd\ufffd\ufffd\ufffd"}, // five-byte lead
+// Bad UTF-8 (lone continuation bytes, cut sequences, overlong forms, encoded surrogates, code
+// points beyond U+10FFFF, five-byte leads, FE/FF) gives one U+FFFD per bad byte or sequence.
+TEST(Utf16, BadInputBecomesReplacementCharacters) {
+    const std::pair<std::string, std::wstring> utf8[] = {
+        {"\x80", L"\ufffd"},
+        {"\xC3", L"\ufffd"},
+        {"\xC3(", L"\ufffd("},
+        {"\xE2\x82", L"\ufffd"},
+        {"\xE2\x82x", L"\ufffdx"},
+        {"\xC0\x80", L"\ufffd"},
+        {"\xE0\x80\xAF", L"\ufffd"},
+        {"\xED\xA0\x80", L"\ufffd"},
+        {"\xF4\x90\x80\x80", L"\ufffd"},
+        {"\xF8\x88\x80\x80\x80", L"\ufffd\ufffd\ufffd\ufffd\ufffd"},
         {"a\xFF"
          "b",
          L"a\ufffdb"},
         {"\xFE\xFF", L"\ufffd\ufffd"}};
-    for (const Case& c : cases)
-        EXPECT_EQ(FromUtf8(c.bytes), c.text) << ::testing::PrintToString(c.bytes);
-}
+    for (const auto& [bytes, text] : utf8)
+        EXPECT_EQ(FromUtf8(bytes), text) << ::testing::PrintToString(bytes);
 
-TEST(Utf16, LoneSurrogatesAndBadCodePointsBecomeReplacementCharacters) {
-    struct Case {
-        std::u16string units;
-        std::wstring text;
-    };
-    const Case cases[] = {{{0xD800}, L"\ufffd"},
-                          {{0xDC00}, L"\ufffd"},
-                          {{u'a', 0xD83D}, L"a\ufffd"},
-                          {{0xDE00, 0xD83D}, L"\ufffd\ufffd"}, // a pair in the wrong order
-                          {{0xD83D, u'x', 0xDE00}, L"\ufffdx\ufffd"},
-                          {{0xD83D, 0xD83D, 0xDE00}, L"\ufffd\U0001F600"}};
-    for (const Case& c : cases)
-        EXPECT_EQ(FromUtf16(c.units), c.text);
-
+    // Lone surrogates, pairs in the wrong order, and wide characters that are no code point.
+    const std::pair<std::u16string, std::wstring> utf16[] = {
+        {{0xD800}, L"\ufffd"},
+        {{0xDC00}, L"\ufffd"},
+        {{u'a', 0xD83D}, L"a\ufffd"},
+        {{0xDE00, 0xD83D}, L"\ufffd\ufffd"},
+        {{0xD83D, u'x', 0xDE00}, L"\ufffdx\ufffd"},
+        {{0xD83D, 0xD83D, 0xDE00}, L"\ufffd\U0001F600"}};
+    for (const auto& [units, text] : utf16)
+        EXPECT_EQ(FromUtf16(units), text);
     const std::wstring bad = {static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000),
                               static_cast<wchar_t>(-1)};
     EXPECT_EQ(ToUtf16(bad), u"\ufffd\ufffd\ufffd");

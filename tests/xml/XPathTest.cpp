@@ -31,6 +31,8 @@ const wchar_t* const kDocument = LR"(<Root>
 #define UPPER L"'ABCDEFGHIJKLMNOPQRSTUVWXYZ'"
 #define LOWER L"'abcdefghijklmnopqrstuvwxyz'"
 
+// Every expression form the model builds selects the expected nodes in document order, through
+// both SelectChildNodes and GetChildNode (the first match).
 TEST(XmlXPath, EveryExpressionFormOfTheModelSelects) {
     XMLParser parser(kDocument);
     XMLNode root = parser.GetRootNode();
@@ -109,6 +111,8 @@ TEST(XmlXPath, EveryExpressionFormOfTheModelSelects) {
     }
 }
 
+// Expressions the engine rejects fail quietly: false, outputs unchanged or emptied, nothing on
+// stderr.
 TEST(XmlXPath, RejectedExpressionsFailWithoutRaisingOrPrinting) {
     XMLParser parser(kDocument);
     XMLNode row = xmltest::Find(parser.GetRootNode(), L"//Row");
@@ -136,24 +140,23 @@ TEST(XmlXPath, RejectedExpressionsFailWithoutRaisingOrPrinting) {
     EXPECT_FALSE(row.GetChildNode(nullptr, out));
 }
 
+// Selections see edits at once, relative paths work on a detached row, and a namespace node,
+// which an array can't hold, stays an empty handle.
 TEST(XmlXPath, SelectionsSeeEditsAndDetachedSubtrees) {
     XMLParser parser(kDocument);
     XMLNode row = xmltest::Find(parser.GetRootNode(), L"//Row[@id='r2']");
     XMLNode added = row.AddNode(L"Cell", L"w", L"ColumnId", L"e");
     EXPECT_TRUE(xmltest::Find(row, L"Cell[@ColumnId=\"e\"]").IsSameNode(added));
     ASSERT_TRUE(row.RemoveThisNode(false));
-    EXPECT_TRUE(xmltest::Find(row, L"Cell[@ColumnId=\"e\"]").IsSameNode(added))
-        << "relative paths work on a detached row";
-    XMLNodeArray rows;
-    EXPECT_TRUE(parser.GetRootNode().SelectChildNodes(L"//Row", rows));
-    EXPECT_EQ(Names(rows), L"r1");
-    XMLNodeArray attributes;
-    EXPECT_TRUE(row.SelectChildNodes(L"@*", attributes));
-    EXPECT_EQ(Names(attributes), L"id,RowId,Rev");
-    XMLNodeArray namespaces;
-    EXPECT_TRUE(row.SelectChildNodes(L"namespace::*", namespaces));
-    ASSERT_EQ(namespaces.GetSize(), 1) << "the xml namespace";
-    EXPECT_FALSE(namespaces[0].IsNode()) << "a node the array can't hold stays empty";
+    EXPECT_TRUE(xmltest::Find(row, L"Cell[@ColumnId=\"e\"]").IsSameNode(added));
+    XMLNodeArray nodes;
+    EXPECT_TRUE(parser.GetRootNode().SelectChildNodes(L"//Row", nodes));
+    EXPECT_EQ(Names(nodes), L"r1");
+    EXPECT_TRUE(row.SelectChildNodes(L"@*", nodes));
+    EXPECT_EQ(Names(nodes), L"id,RowId,Rev");
+    EXPECT_TRUE(row.SelectChildNodes(L"namespace::*", nodes));
+    ASSERT_EQ(nodes.GetSize(), 1) << "the xml namespace";
+    EXPECT_FALSE(nodes[0].IsNode());
 }
 
 } // namespace
