@@ -6,6 +6,12 @@ seconds=${1:-60}
 root=$(cd "$(dirname "$0")/.." && pwd)
 build="$root/build/fuzz"
 
+# clang and its libFuzzer runtime come from Debian's packages.
+"$root/scripts/deps.sh"
+if ! dpkg-query -W -f='${Status}' libclang-rt-14-dev 2>/dev/null | grep -q 'install ok installed'; then
+  apt-get install -y -qq libclang-rt-14-dev >/dev/null 2>&1 || echo "note: install clang's libFuzzer runtime (libclang-rt-*-dev)"
+fi
+
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DTORVEX_BUILD_FUZZ=ON \
   -DTORVEX_BUILD_TESTS=OFF -DTORVEX_BUILD_HOST=OFF -DTORVEX_SANITIZE=OFF >/dev/null
