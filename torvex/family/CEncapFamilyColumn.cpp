@@ -293,13 +293,18 @@ Result CEncapFamilyColumn::ValidateNormalFormula(const wchar_t* formula,
         return result;
     result = CheckCircularDependency(nullptr);
     // A pure check: the graph goes back to the formula in force whatever the answer.
+    RestoreDependencies(language);
+    return result;
+}
+
+// The graph back on the formula in force: in `language`, or the actual language when it is empty.
+void CEncapFamilyColumn::RestoreDependencies(const WideString& language) {
     WideString former;
     if (language.empty())
         GetFormula(former);
     else
         GetFormula(former, language.c_str());
     m_table->UpdateColumnsDependency(this, former.c_str());
-    return result;
 }
 
 Result CEncapFamilyColumn::ValidateFormulaBeforeSet(const wchar_t* formula,
@@ -318,12 +323,7 @@ Result CEncapFamilyColumn::ValidateFormulaBeforeSet(const wchar_t* formula,
     result = CheckCircularDependency(nullptr);
     if (result == CTableEvaluator::EvalOk)
         return result;
-    WideString former;
-    if (language.empty())
-        GetFormula(former);
-    else
-        GetFormula(former, language.c_str());
-    m_table->UpdateColumnsDependency(this, former.c_str());
+    RestoreDependencies(language);
     return result;
 }
 

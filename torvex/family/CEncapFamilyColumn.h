@@ -270,6 +270,8 @@ private:
     /// when the loop check fails).
     CTableEvaluator::EvaluateResult ValidateFormulaBeforeSet(const wchar_t* formula,
                                                              const WideString& language);
+    /// Puts the dependency graph back on the formula in force; see ValidateNormalFormula.
+    void RestoreDependencies(const WideString& language);
 
     CEncapFamilyTable* m_table = nullptr;
     XMLNode m_node;
