@@ -51,8 +51,9 @@ CellTally ReadAllCells(CEncapFamily& family) {
     if (!table)
         return tally;
     WideString value;
+    const WideStringList columnIds = table->GetAllColumnIDs();
     for (const WideString& rowId : table->GetAllRowIDs()) {
-        for (const WideString& columnId : table->GetAllColumnIDs()) {
+        for (const WideString& columnId : columnIds) {
             value.clear();
             Tally(tally, table->GetValue(rowId.c_str(), columnId.c_str(), value), value);
         }

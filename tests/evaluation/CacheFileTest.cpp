@@ -11,7 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -57,6 +59,34 @@ TEST(CacheFile, WritesTheLayoutAndReadsItBack) {
     EXPECT_EQ(Cached(loaded, L"R2", L"Length", L"en"), L"20");
     EXPECT_EQ(Cached(loaded, L"R1", L"Old", L"en"), std::nullopt); // 0xFFFF: dropped
     EXPECT_EQ(Cached(loaded, L"R1", L"Length", L"de"), std::nullopt);
+}
+
+// Rows, languages and values are written in id order, whatever order they were stored in, so
+// that one cache always gives the same file.
+TEST(CacheFile, WritesRowsLanguagesAndValuesInIdOrder) {
+    ScratchDirectory dir;
+    std::vector<std::u16string> rows;
+    for (int i = 0; i < 40; ++i)
+        rows.push_back(u"R" + platform::ToUtf16(std::to_wstring((i * 17) % 40)));
+    {
+        CTableValueCache cache(dir.Path());
+        for (const std::u16string& row : rows) {
+            const WideString id = platform::FromUtf16(row);
+            cache.SetValue(id, L"c", L"en", L"3");
+            cache.SetValue(id, L"b", L"de", L"2");
+            cache.SetValue(id, L"a", L"en", L"1");
+        }
+        cache.Save({L"a", L"b", L"c"});
+    }
+    std::sort(rows.begin(), rows.end());
+    FileBytes expected = Header({u"a", u"b", u"c"}, {u"en", u"de"});
+    expected.I32(static_cast<int32_t>(rows.size()));
+    for (const std::u16string& row : rows) {
+        expected.Str(row).I32(2);
+        expected.U16(1).I32(1).U16(1).Str(u"2");
+        expected.U16(0).I32(2).U16(0).Str(u"1").U16(2).Str(u"3");
+    }
+    EXPECT_EQ(dir.Read(), expected.Bytes());
 }
 
 // Strings use the byte, 16-bit or 32-bit length form by their length, at the exact limits, and

@@ -4,11 +4,14 @@
 
 #include "TestProvider.h"
 
+#include "torvex/evaluation/CCircularDependencyChecker.h"
 #include "torvex/evaluation/CTableEvaluator.h"
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/family/CEncapFamilyColumn.h"
 
 #include <gtest/gtest.h>
+#include <memory>
+#include <set>
 #include <tuple>
 
 namespace torvex {
@@ -31,6 +34,43 @@ struct Columns {
         return set;
     }
 };
+
+// The guard of a cell evaluation, with and without reused entries: the key is "row{column"
+// whatever the entry held before, a second guard of a cell in progress raises its flag and
+// takes nothing away, and each guard leaves the set as it found it.
+TEST(Dependency, GuardMarksTheCellWhileItLives) {
+    for (const bool reuse : {false, true}) {
+        std::set<WideString> inProgress;
+        CCircularDependencyChecker::SpareEntries spare;
+        auto guard = [&](const WideString& row, const WideString& column) {
+            return reuse ? std::make_unique<CCircularDependencyChecker>(row, column, &inProgress,
+                                                                        &spare)
+                         : std::make_unique<CCircularDependencyChecker>(row, column, &inProgress);
+        };
+        {
+            auto outer = guard(L"row-with-a-long-id", L"COLUMN");
+            EXPECT_FALSE(outer->IsAlreadyInProgress());
+        }
+        EXPECT_TRUE(inProgress.empty());
+        EXPECT_EQ(spare.size(), reuse ? 1u : 0u);
+        auto outer = guard(L"R1", L"a");
+        auto inner = guard(L"R1", L"b");
+        auto again = guard(L"R1", L"a");
+        EXPECT_FALSE(outer->IsAlreadyInProgress());
+        EXPECT_FALSE(inner->IsAlreadyInProgress());
+        EXPECT_TRUE(again->IsAlreadyInProgress());
+        EXPECT_EQ(inProgress, (std::set<WideString>{L"R1{a", L"R1{b"}));
+        again.reset();
+        EXPECT_EQ(inProgress, (std::set<WideString>{L"R1{a", L"R1{b"}));
+        inner.reset();
+        EXPECT_EQ(inProgress, (std::set<WideString>{L"R1{a"}));
+        outer.reset();
+        EXPECT_TRUE(inProgress.empty());
+        // A guard without a set marks nothing and is never in progress.
+        EXPECT_FALSE(
+            CCircularDependencyChecker(L"R1", L"a", nullptr, &spare).IsAlreadyInProgress());
+    }
+}
 
 // The graph has an edge from each column a formula refers to (ignoring case) to the formula's
 // column; cell formulas add none. The walks collect all dependents, passing a given root by.

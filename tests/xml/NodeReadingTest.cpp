@@ -206,7 +206,9 @@ TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
         LR"(<Other ColumnId="b">x</Other><Cell ColumnId="B">2</Cell>)"
         LR"(<Cell ColumnId="b">3</Cell><Cell ColumnId="b">4</Cell>)"
         LR"(<p:Cell ColumnId="c">5</p:Cell><Cell p:ColumnId="d">6</Cell>)"
-        LR"(<Cell ColumnId="&lt;e&amp;&gt;">7</Cell><Cell ColumnId="">8</Cell></Row>)");
+        LR"(<Cell ColumnId="&lt;e&amp;&gt;">7</Cell><Cell ColumnId="">8</Cell>)"
+        LR"(<Cell Other="q" ColumnId="r">9</Cell><Cell p:ColumnId="s" ColumnId="s">10</Cell>)"
+        LR"(</Row>)");
     const XMLNode row = parser.GetRootNode();
     struct Case {
         const wchar_t* name;
@@ -219,7 +221,9 @@ TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
         {L"Cell", L"ColumnId", L"B", L"2"},    {L"Cell", L"ColumnId", L"c", nullptr},
         {L"p:Cell", L"ColumnId", L"c", L"5"},  {L"Cell", L"p:ColumnId", L"d", L"6"},
         {L"Cell", L"ColumnId", L"<e&>", L"7"}, {L"Cell", L"ColumnId", L"", L"8"},
-        {L"Cell", L"ColumnId", L"z", nullptr},
+        {L"Cell", L"ColumnId", L"z", nullptr}, {L"Cell", L"ColumnId", L"q", nullptr},
+        {L"Cell", L"ColumnId", L"r", L"9"},    {L"Cell", L"ColumnId", L"s", L"10"},
+        {L"Cell", L"Other", L"r", nullptr},
     };
     for (const Case& c : cases) {
         const std::wstring path =

@@ -56,6 +56,7 @@ WideString RangeValueText(const WideString& text) {
 } // namespace
 
 CTableEvaluator::CTableEvaluator(CEncapFamilyTable* table) : m_table(table) {
+    m_spareEntries.reserve(16); // deeper nesting grows it
     if (m_table && m_table->GetFamily())
         m_provider = m_table->GetFamily()->GetEvaluatorProvider();
 }
@@ -86,7 +87,7 @@ WideString CTableEvaluator::FormatResult(double number) const {
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, WideString columnId,
                                                               WideString language) {
     // The guard stays until this function returns, on every path (exceptions included).
-    const CCircularDependencyChecker checker(rowId, columnId, &m_inProgress);
+    const CCircularDependencyChecker checker(rowId, columnId, &m_inProgress, &m_spareEntries);
     if (checker.IsAlreadyInProgress())
         return EvalCircularDependency;
     // A chain of references too long for the stack counts as a loop.
@@ -113,9 +114,8 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
     if (status == 1)
         column->GetFormula(text, language.c_str());
 
-    WideString unit;
-    column->GetUnitType(unit);
-    unit = UnitOrNone(unit);
+    const WideString& columnUnit = column->GetUnitTypeRef();
+    const wchar_t* unit = columnUnit.empty() ? kNoUnit : columnUnit.c_str();
     const DataTypes::ColumnDataType dataType = column->GetDataType();
     const bool numericType = dataType == DataTypes::DataReal || dataType == DataTypes::DataInteger;
 
@@ -128,76 +128,85 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
             text = RangeValueText(text);
     }
 
-    FormulaPieceList pieces;
-    if (SplitFormula(text.c_str(), pieces) != 0)
-        return EvalSyntaxError;
+    // A text without a brace is one literal; a formula's pieces come from the memo, uncopied.
+    const FormulaPieceList* pieces = nullptr;
+    const bool plain = text.find(L'{') == WideString::npos;
+    const FormulaPiece wholeText{false, plain ? std::move(text) : WideString()};
+    if (!plain) {
+        pieces = SplitMemoized(text);
+        if (!pieces)
+            return EvalSyntaxError;
+    }
+    const FormulaPiece* first = plain ? &wholeText : pieces->data();
+    const FormulaPiece* last = plain ? &wholeText + 1 : pieces->data() + pieces->size();
 
     EvaluateResult result = EvalOk;
     WideString expression; // references with their unit words
     WideString unitless;   // references as bare numbers
-    for (const FormulaPiece& piece : pieces) {
-        if (piece.isReference) {
-            WideString value;
+    WideString value;
+    for (const FormulaPiece* piece = first; piece != last; ++piece) {
+        if (piece->isReference) {
+            // The table's GetValue, with the column looked up once for its value and its unit.
+            CEncapFamilyColumn* other = m_table->GetFamilyColumnByID(piece->text.c_str());
+            value.clear();
             const EvaluateResult referenced =
-                m_table->GetValue(rowId.c_str(), piece.text.c_str(), language.c_str(), value);
+                other ? other->GetValue(rowId.c_str(), language.c_str(), value)
+                      : EvalExpressionFailed;
             if (referenced != EvalOk && referenced != EvalUnitMismatch)
                 return referenced;
             // Only the last reference's code survives: a later 0 clears an earlier 8.
             result = referenced;
-            if (IsNumeric(value)) {
-                WideString referencedUnit;
-                if (const CEncapFamilyColumn* other =
-                        m_table->GetFamilyColumnByID(piece.text.c_str()))
-                    other->GetUnitType(referencedUnit);
-                if (numericType) {
-                    unitless += value;
-                    value += UnitOrNone(referencedUnit); // "2.5in", no blank between
-                }
+            if (numericType && IsNumeric(value)) {
+                unitless += value;
+                // "2.5in", no blank between
+                const WideString& referencedUnit = other->GetUnitTypeRef();
+                value += referencedUnit.empty() ? kNoUnit : referencedUnit.c_str();
             }
             expression += value;
-        } else if (dataType == DataTypes::DataReal && IsNumeric(piece.text) &&
+        } else if (dataType == DataTypes::DataReal && IsNumeric(piece->text) &&
                    m_table->LocalizeDecimalSeparator()) {
-            const WideString literal = LocalizedLiteral(piece.text, dataType);
+            const WideString literal = LocalizedLiteral(piece->text, dataType);
             expression += literal;
             unitless += literal;
         } else if (column->IsMaterial()) {
             // The literal of a material column is a key; the host names it.
             WideString name;
             if (m_provider)
-                m_provider->GetMaterialName(piece.text.c_str(), &name);
+                m_provider->GetMaterialName(piece->text.c_str(), &name);
             expression += name;
         } else {
-            expression += piece.text;
-            unitless += piece.text;
+            expression += piece->text;
+            unitless += piece->text;
         }
     }
 
-    WideString value = expression;
     if (dataType == DataTypes::DataString) {
         value = ConcatenateStrings(expression);
     } else if (dataType == DataTypes::DataBoolean) {
         // Kept as written, not normalised.
-        if (!CStringUtil::IsLogicalValue(value.c_str()))
+        if (!CStringUtil::IsLogicalValue(expression.c_str()))
             return EvalTypeMismatch;
-    } else if (!IsNumeric(expression)) {
-        // An expression for the host; a plain number stays exactly as written.
+        value = std::move(expression);
+    } else if (IsNumeric(expression)) {
+        value = std::move(expression); // a plain number stays exactly as written
+    } else {
+        // An expression for the host.
         if (!m_provider)
             return EvalExpressionFailed;
         WideString internalUnit;
-        if (m_provider->GetInternalUnit(unit.c_str(), &internalUnit) < 0)
+        if (m_provider->GetInternalUnit(unit, &internalUnit) < 0)
             return EvalExpressionFailed;
         double number = 0.0;
-        const int32_t withUnits =
-            m_provider->EvaluateToDouble(expression.c_str(), unit.c_str(), &number);
+        const int32_t withUnits = m_provider->EvaluateToDouble(expression.c_str(), unit, &number);
         if (withUnits < 0) {
             // The text without units may still compute; its value is never converted.
             if (m_provider->EvaluateToDouble(unitless.c_str(), kNoUnit, &number) < 0)
                 return EvalExpressionFailed;
             result = EvalUnitMismatch;
         }
-        if (unit != internalUnit && withUnits >= 0) {
+        if (internalUnit != unit && withUnits >= 0) {
             const WideString internalText = platform::FormatGeneral(number, 6);
-            if (m_provider->ConvertUnits(internalText.c_str(), internalUnit.c_str(), unit.c_str(),
+            if (m_provider->ConvertUnits(internalText.c_str(), internalUnit.c_str(), unit,
                                          &number) < 0)
                 return EvalExpressionFailed;
         }
@@ -356,20 +365,11 @@ WideString CTableEvaluator::UnquoteString(const WideString& text) {
 
 // ---- Formula text scanning ----
 
-int CTableEvaluator::SplitFormula(const wchar_t* text, FormulaPieceList& pieces) {
-    pieces.clear();
-    const WideString source = Text(text);
-    // Plain values, the common case, bypass the memo.
-    if (source.find(L'{') == WideString::npos) {
-        pieces.push_back(FormulaPiece{false, source});
-        return 0;
-    }
-    const auto known = m_splitMemo.find(source);
-    if (known != m_splitMemo.end()) {
-        pieces = known->second;
-        return 0;
-    }
+namespace {
 
+// Cuts a text with a brace into pieces: 0, or 1 for unbalanced braces (`pieces` then holds what
+// came before the fault).
+int CutIntoPieces(const WideString& source, FormulaPieceList& pieces) {
     size_t position = 0;
     for (size_t open = source.find(L'{'); open != WideString::npos;
          open = source.find(L'{', position)) {
@@ -391,6 +391,34 @@ int CTableEvaluator::SplitFormula(const wchar_t* text, FormulaPieceList& pieces)
             return 1;
         pieces.push_back(FormulaPiece{false, std::move(literal)});
     }
+    return 0;
+}
+
+} // namespace
+
+const FormulaPieceList* CTableEvaluator::SplitMemoized(const WideString& source) {
+    if (const auto known = m_splitMemo.find(source); known != m_splitMemo.end())
+        return &known->second;
+    FormulaPieceList pieces;
+    if (CutIntoPieces(source, pieces) != 0)
+        return nullptr;
+    return &m_splitMemo.emplace(source, std::move(pieces)).first->second;
+}
+
+int CTableEvaluator::SplitFormula(const wchar_t* text, FormulaPieceList& pieces) {
+    pieces.clear();
+    const WideString source = Text(text);
+    // Plain values, the common case, bypass the memo.
+    if (source.find(L'{') == WideString::npos) {
+        pieces.push_back(FormulaPiece{false, source});
+        return 0;
+    }
+    if (const auto known = m_splitMemo.find(source); known != m_splitMemo.end()) {
+        pieces = known->second;
+        return 0;
+    }
+    if (CutIntoPieces(source, pieces) != 0)
+        return 1;
     m_splitMemo.emplace(source, pieces);
     return 0;
 }

@@ -7,6 +7,7 @@
 // word, a plain number, or an expression with units that the host computes. The library parses
 // no arithmetic itself: the host's IEvaluatorProvider does.
 
+#include "torvex/evaluation/CCircularDependencyChecker.h"
 #include "torvex/evaluation/FormulaPiece.h"
 #include "torvex/platform/WideString.h"
 #include "torvex/text/DataTypes.h"
@@ -117,6 +118,9 @@ public:
     const std::set<WideString>& GetCellsInProgress() const { return m_inProgress; }
 
 private:
+    /// The pieces of a text with a brace, from the memo (entered on first use); null for
+    /// unbalanced braces. The list lives as long as the evaluator.
+    const FormulaPieceList* SplitMemoized(const WideString& source);
     /// The range check of a FormulaRange text.
     EvaluateResult CheckRange(const wchar_t* text, DataTypes::ColumnDataType dataType,
                               const wchar_t* unit);
@@ -131,6 +135,7 @@ private:
     CEncapFamilyTable* m_table = nullptr;
     std::map<WideString, FormulaPieceList> m_splitMemo;
     std::set<WideString> m_inProgress;
+    CCircularDependencyChecker::SpareEntries m_spareEntries; // entries of m_inProgress, reused
     IEvaluatorProvider* m_provider = nullptr;
 };
 

@@ -5,8 +5,10 @@
 #include "torvex/platform/Files.h"
 #include "torvex/platform/UserLocale.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace torvex {
 
@@ -33,30 +35,27 @@ CTableValueCache::CTableValueCache(const WideString& cacheDirectory)
     Load();
 }
 
-CTableValueCache::~CTableValueCache() {
-    for (auto& row : m_rows)
-        delete row.second;
-}
+CTableValueCache::~CTableValueCache() = default;
 
 CValueCache* CTableValueCache::GetRowCache(const WideString& rowId, bool create) {
     return RowCache(rowId, create);
 }
 
-CValueCache* CTableValueCache::RowCache(std::wstring_view rowId, bool create) {
+CValueCacheLoc* CTableValueCache::RowCache(std::wstring_view rowId, bool create) {
     // A column walks its cells row by row, so the last row looked up is remembered.
     if (rowId == m_lastRowId)
         return m_lastRowCache;
     auto row = m_rows.find(rowId);
     if (row != m_rows.end()) {
         m_lastRowId = rowId;
-        m_lastRowCache = row->second;
-        return row->second;
+        m_lastRowCache = row->second.get();
+        return m_lastRowCache;
     }
     if (!create)
         return nullptr;
-    auto cache = std::make_unique<CValueCacheLoc>(this);
-    CValueCache* created = cache.get();
-    m_rows.emplace(WideString(rowId), cache.release());
+    CValueCacheLoc* created =
+        m_rows.emplace(WideString(rowId), std::make_unique<CValueCacheLoc>(this))
+            .first->second.get();
     m_lastRowId = rowId;
     m_lastRowCache = created;
     m_dirty = true;
@@ -65,14 +64,7 @@ CValueCache* CTableValueCache::RowCache(std::wstring_view rowId, bool create) {
 
 int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view columnId,
                                std::wstring_view language, WideString& value) {
-    // GetRowCache without creation, by view: the memo first, then the map.
-    CValueCache* row = nullptr;
-    if (rowId == m_lastRowId) {
-        row = m_lastRowCache;
-    } else if (auto found = m_rows.find(rowId); found != m_rows.end()) {
-        m_lastRowId = rowId;
-        m_lastRowCache = row = found->second;
-    }
+    const CValueCacheLoc* row = RowCache(rowId, false);
     if (!row)
         return 1;
     const WideString* cached = row->FindCachedValue(columnId, language);
@@ -82,16 +74,21 @@ int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view column
     return 0;
 }
 
-void CTableValueCache::SetValue(std::wstring_view rowId, const WideString& columnId,
-                                const WideString& language, const WideString& value) {
-    CValueCache* row = RowCache(rowId, true);
+void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view columnId,
+                                std::wstring_view language, std::wstring_view value) {
+    CValueCacheLoc* row = RowCache(rowId, true);
     if (!row)
         return; // an empty row id while no row is remembered has no cache
-    row->SetCachedValue(columnId, language, value);
-    if (m_languageIndexes.find(language) == m_languageIndexes.end()) {
+    row->StoreValue(columnId, language, value);
+    // The languages are few: the last one entered is compared first.
+    if (language == m_lastLanguage)
+        return;
+    auto known = m_languageIndexes.find(language);
+    if (known == m_languageIndexes.end()) {
         const auto index = static_cast<uint16_t>(m_languageIndexes.size());
-        m_languageIndexes.emplace(language, index);
+        known = m_languageIndexes.emplace(WideString(language), index).first;
     }
+    m_lastLanguage = known->first;
 }
 
 void CTableValueCache::ClearValue(const WideString& rowId, const WideString& columnId,
@@ -114,19 +111,18 @@ void CTableValueCache::DropRow(const WideString& rowId) {
     auto row = m_rows.find(rowId);
     if (row == m_rows.end())
         return;
-    if (row->second == m_lastRowCache) {
+    if (row->second.get() == m_lastRowCache) {
         m_lastRowId.clear();
         m_lastRowCache = nullptr;
     }
-    delete row->second;
     m_rows.erase(row);
     m_dirty = true;
 }
 
 void CTableValueCache::Clear() {
-    for (auto& row : m_rows)
-        delete row.second;
     m_rows.clear();
+    m_keys.Clear();
+    m_lastLanguage.clear();
     m_lastRowId.clear();
     m_lastRowCache = nullptr;
     m_languageIndexes.clear();
@@ -193,9 +189,7 @@ bool CTableValueCache::Load() {
             const int result = cache->Load(archive);
             if (result == -1)
                 return false;
-            CValueCache*& slot = m_rows[rowId];
-            delete slot; // a row id met twice: the later record wins
-            slot = cache.release();
+            m_rows[rowId] = std::move(cache); // a row id met twice: the later record wins
             if (result == 0)
                 return false;
         }
@@ -231,10 +225,17 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
         for (const auto& entry : languagesByIndex)
             archive.WriteString(entry.second);
 
-        archive.WriteInt32(static_cast<int32_t>(m_rows.size()));
-        for (const auto& [rowId, cache] : m_rows) {
-            archive.WriteString(rowId);
-            cache->Save(archive);
+        // Rows in id order, so that the same cache always gives the same file.
+        std::vector<const decltype(m_rows)::value_type*> rows;
+        rows.reserve(m_rows.size());
+        for (const auto& row : m_rows)
+            rows.push_back(&row);
+        std::sort(rows.begin(), rows.end(),
+                  [](const auto* a, const auto* b) { return a->first < b->first; });
+        archive.WriteInt32(static_cast<int32_t>(rows.size()));
+        for (const auto* row : rows) {
+            archive.WriteString(row->first);
+            row->second->Save(archive);
         }
         archive.Close();
     } catch (...) {

@@ -2,16 +2,22 @@
 // The value caches of one table: every computed cell value by row, language and column, kept
 // across runs in the table cache file "TableCache_<locale id>.dat".
 
+#include "torvex/evaluation/CCacheKeyPool.h"
 #include "torvex/platform/WideString.h"
+#include "torvex/text/TextHash.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <memory>
 #include <string_view>
+#include <unordered_map>
 
 namespace torvex {
 
 class CValueCache;
+class CValueCacheLoc;
 
 /// Owner of the row caches of one table and of its cache file. Not copyable.
 class CTableValueCache {
@@ -32,8 +38,8 @@ public:
     int GetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                  WideString& value);
     /// Stores or overwrites a value, creating the row cache; never fails.
-    void SetValue(std::wstring_view rowId, const WideString& columnId, const WideString& language,
-                  const WideString& value);
+    void SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
+                  std::wstring_view value);
     /// Forgets one value; silent when it is not cached.
     void ClearValue(const WideString& rowId, const WideString& columnId,
                     const WideString& language);
@@ -73,19 +79,27 @@ public:
     const WideStringList& GetColumnNames() const { return m_columnNames; }
     /// Languages read from the file, by index; empty before a load.
     const WideStringList& GetLanguageNames() const { return m_languageNames; }
+    /// The column ids and languages the row caches use as keys; emptied by Clear.
+    CCacheKeyPool& GetKeyPool() { return m_keys; }
+    const CCacheKeyPool& GetKeyPool() const { return m_keys; }
 
 private:
     // GetRowCache by view: a hit on the memo or the map copies no key.
-    CValueCache* RowCache(std::wstring_view rowId, bool create);
-    std::map<WideString, CValueCache*, std::less<>> m_rows;
-    std::map<WideString, uint16_t> m_languageIndexes;
+    CValueCacheLoc* RowCache(std::wstring_view rowId, bool create);
+
+    CCacheKeyPool m_keys; // the rows point into it, so it goes after them
+    // Hashed, so that a lookup walks no tree of row ids; Save still writes the rows in id order.
+    std::unordered_map<WideString, std::unique_ptr<CValueCacheLoc>, TextHash, std::equal_to<>>
+        m_rows;
+    std::map<WideString, uint16_t, std::less<>> m_languageIndexes;
     std::map<WideString, uint16_t> m_columnIndexes;
     WideStringList m_columnNames;
     WideStringList m_languageNames;
     WideString m_filePath;
     bool m_dirty = false;
     WideString m_lastRowId;
-    CValueCache* m_lastRowCache = nullptr;
+    CValueCacheLoc* m_lastRowCache = nullptr;
+    WideString m_lastLanguage; // the language SetValue entered last
 };
 
 } // namespace torvex

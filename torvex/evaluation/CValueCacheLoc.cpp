@@ -1,8 +1,10 @@
 #include "torvex/evaluation/CValueCacheLoc.h"
 
 #include "torvex/evaluation/CCacheArchive.h"
+#include "torvex/evaluation/CCacheKeyPool.h"
 #include "torvex/evaluation/CTableValueCache.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace torvex {
@@ -18,17 +20,83 @@ uint16_t FileIndex(int index) {
 
 } // namespace
 
-CValueCacheLoc::CValueCacheLoc(CTableValueCache* owner) : m_owner(owner) {}
+CValueCacheLoc::CValueCacheLoc(CTableValueCache* owner) : m_owner(owner) {
+    if (!m_owner)
+        m_ownKeys = std::make_unique<CCacheKeyPool>();
+}
+
+CValueCacheLoc::~CValueCacheLoc() = default;
+
+CCacheKeyPool& CValueCacheLoc::Keys() {
+    return m_owner ? m_owner->GetKeyPool() : *m_ownKeys;
+}
 
 void CValueCacheLoc::MarkOwnerDirty() {
     if (m_owner)
         m_owner->MarkDirty();
 }
 
+std::vector<CValueCacheLoc::Language>::iterator
+CValueCacheLoc::FindLanguage(std::wstring_view language) {
+    // A row holds one or two languages: a scan beats any lookup.
+    return std::find_if(m_languages.begin(), m_languages.end(),
+                        [language](const Language& entry) { return *entry.name == language; });
+}
+
+std::vector<CValueCacheLoc::Language>::const_iterator
+CValueCacheLoc::FindLanguage(std::wstring_view language) const {
+    return std::find_if(m_languages.begin(), m_languages.end(),
+                        [language](const Language& entry) { return *entry.name == language; });
+}
+
+CValueCacheLoc::Language& CValueCacheLoc::LanguageEntry(std::wstring_view language) {
+    auto found = FindLanguage(language);
+    if (found != m_languages.end())
+        return *found;
+    auto at = std::lower_bound(
+        m_languages.begin(), m_languages.end(), language,
+        [](const Language& entry, std::wstring_view name) { return *entry.name < name; });
+    return *m_languages.insert(at, Language{Keys().Intern(language), {}});
+}
+
+void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId, WideString&& text) {
+    // Pooled keys compare by address.
+    const WideString* column = Keys().Intern(columnId);
+    auto& values = language.values;
+    auto same = std::find_if(values.begin(), values.end(),
+                             [column](const Value& value) { return value.column == column; });
+    if (same != values.end()) {
+        same->text = std::move(text);
+        return;
+    }
+    values.push_back(Value{column, std::move(text)});
+}
+
+void CValueCacheLoc::StoreValue(std::wstring_view columnId, std::wstring_view language,
+                                std::wstring_view value) {
+    StoreIn(LanguageEntry(language), columnId, WideString(value));
+    MarkOwnerDirty();
+}
+
 void CValueCacheLoc::SetCachedValue(const WideString& columnId, const WideString& language,
                                     const WideString& value) {
-    m_languages[language][columnId] = value;
-    MarkOwnerDirty();
+    StoreValue(columnId, language, value);
+}
+
+const WideString* CValueCacheLoc::FindCachedValue(std::wstring_view columnId,
+                                                  std::wstring_view language) const {
+    auto lang = FindLanguage(language);
+    if (lang == m_languages.end())
+        return nullptr;
+    const CCacheKeyPool& keys = m_owner ? m_owner->GetKeyPool() : *m_ownKeys;
+    const WideString* column = keys.Find(columnId);
+    if (!column)
+        return nullptr; // no row of the table holds that column
+    for (const Value& value : lang->values) {
+        if (value.column == column)
+            return &value.text;
+    }
+    return nullptr;
 }
 
 int CValueCacheLoc::GetCachedValue(const WideString& columnId, const WideString& language,
@@ -40,40 +108,35 @@ int CValueCacheLoc::GetCachedValue(const WideString& columnId, const WideString&
     return 0;
 }
 
-const WideString* CValueCacheLoc::FindCachedValue(std::wstring_view columnId,
-                                                  std::wstring_view language) const {
-    auto lang = m_languages.find(language);
-    if (lang == m_languages.end())
-        return nullptr;
-    auto column = lang->second.find(columnId);
-    return column == lang->second.end() ? nullptr : &column->second;
-}
-
-// Erases the column from one language, and the language once it holds nothing more. True when
-// the language was erased.
-bool CValueCacheLoc::ClearIn(LanguageMap::iterator language, const WideString& columnId) {
-    auto column = language->second.find(columnId);
-    if (column == language->second.end())
+bool CValueCacheLoc::ClearIn(std::vector<Language>::iterator language, const WideString* column) {
+    auto& values = language->values;
+    auto found = std::find_if(values.begin(), values.end(),
+                              [column](const Value& value) { return value.column == column; });
+    if (found == values.end())
         return false;
-    language->second.erase(column);
+    values.erase(found);
     MarkOwnerDirty();
-    if (!language->second.empty())
-        return false;
-    m_languages.erase(language);
+    if (values.empty())
+        m_languages.erase(language);
     return true;
 }
 
 void CValueCacheLoc::ClearColumnInLanguage(const WideString& columnId, const WideString& language) {
-    auto lang = m_languages.find(language);
-    if (lang != m_languages.end())
-        ClearIn(lang, columnId);
+    auto lang = FindLanguage(language);
+    const WideString* column = Keys().Find(columnId);
+    if (lang != m_languages.end() && column)
+        ClearIn(lang, column);
 }
 
 void CValueCacheLoc::ClearColumn(const WideString& columnId) {
-    for (auto lang = m_languages.begin(); lang != m_languages.end();) {
-        auto next = std::next(lang);
-        ClearIn(lang, columnId);
-        lang = next;
+    const WideString* column = Keys().Find(columnId);
+    if (!column)
+        return;
+    for (size_t i = 0; i < m_languages.size();) {
+        const size_t before = m_languages.size();
+        ClearIn(m_languages.begin() + static_cast<std::ptrdiff_t>(i), column);
+        if (m_languages.size() == before)
+            ++i; // the language stays: go on with the next one
     }
 }
 
@@ -85,7 +148,7 @@ void CValueCacheLoc::ClearAll() {
 int CValueCacheLoc::Load(CCacheArchive& archive) {
     const WideStringList& languageNames = m_owner ? m_owner->GetLanguageNames() : kNoNames;
     const WideStringList& columnNames = m_owner ? m_owner->GetColumnNames() : kNoNames;
-    auto current = m_languages.end();
+    const WideString* current = nullptr; // the language being read
     try {
         const int32_t languageCount = archive.ReadInt32();
         for (int32_t i = 0; i < languageCount; ++i) {
@@ -95,36 +158,47 @@ int CValueCacheLoc::Load(CCacheArchive& archive) {
                 // out of step: it fails or is taken for further entries.
                 continue;
             }
-            auto [entry, inserted] = m_languages.try_emplace(languageNames[languageIndex]);
-            if (!inserted)
+            const WideString& name = languageNames[languageIndex];
+            if (FindLanguage(name) != m_languages.end())
                 throw CCacheArchive::Failure("language entered twice in a row of the cache file");
-            current = entry;
+            Language& entry = LanguageEntry(name); // entered even when it gets no value
+            current = entry.name;
             const int32_t valueCount = archive.ReadInt32();
             for (int32_t j = 0; j < valueCount; ++j) {
                 const int16_t columnIndex = archive.ReadInt16();
                 WideString value = archive.ReadString();
                 if (columnIndex < 0 || size_t(columnIndex) >= columnNames.size())
                     continue; // a column without an index: the value is dropped
-                entry->second[columnNames[columnIndex]] = std::move(value);
+                StoreIn(entry, columnNames[columnIndex], std::move(value));
             }
-            current = m_languages.end();
+            current = nullptr;
         }
         return 1;
     } catch (...) {
-        if (current != m_languages.end() && current->second.empty())
-            m_languages.erase(current);
+        if (current) {
+            auto failing = FindLanguage(*current);
+            if (failing != m_languages.end() && failing->values.empty())
+                m_languages.erase(failing);
+        }
         return m_languages.empty() ? -1 : 0;
     }
 }
 
 int CValueCacheLoc::Save(CCacheArchive& archive) {
     archive.WriteInt32(static_cast<int32_t>(m_languages.size()));
-    for (const auto& [language, columns] : m_languages) {
-        archive.WriteUInt16(FileIndex(m_owner ? m_owner->GetLanguageIndex(language) : -1));
-        archive.WriteInt32(static_cast<int32_t>(columns.size()));
-        for (const auto& [columnId, value] : columns) {
-            archive.WriteUInt16(FileIndex(m_owner ? m_owner->GetColumnIndex(columnId) : -1));
-            archive.WriteString(value);
+    for (const Language& language : m_languages) {
+        archive.WriteUInt16(FileIndex(m_owner ? m_owner->GetLanguageIndex(*language.name) : -1));
+        // Values are kept in the order they came; the file lists them by column id.
+        std::vector<const Value*> ordered;
+        ordered.reserve(language.values.size());
+        for (const Value& value : language.values)
+            ordered.push_back(&value);
+        std::sort(ordered.begin(), ordered.end(),
+                  [](const Value* a, const Value* b) { return *a->column < *b->column; });
+        archive.WriteInt32(static_cast<int32_t>(ordered.size()));
+        for (const Value* value : ordered) {
+            archive.WriteUInt16(FileIndex(m_owner ? m_owner->GetColumnIndex(*value->column) : -1));
+            archive.WriteString(value->text);
         }
     }
     return 1;

@@ -4,17 +4,26 @@
 #include "torvex/evaluation/CValueCache.h"
 
 #include <cstddef>
-#include <map>
+#include <memory>
+#include <string_view>
+#include <vector>
 
 namespace torvex {
 
+class CCacheKeyPool;
 class CTableValueCache;
 
 /// The row cache the library creates. Keys compare exactly. Changes mark the owner dirty.
+///
+/// A row holds a few languages and a few dozen columns, so both levels are flat vectors whose
+/// entries point at the owner's pooled keys: a cached value costs its own text and a word.
+/// Languages are kept in order; values in the order they came, sorted when the file is written.
 class CValueCacheLoc : public CValueCache {
 public:
-    /// A cache of the owner (not owned, may be null); never fails.
+    /// A cache of the owner (not owned, may be null: then the cache pools its own keys); never
+    /// fails.
     explicit CValueCacheLoc(CTableValueCache* owner);
+    ~CValueCacheLoc() override;
 
     /// Stores or overwrites a value; never fails.
     void SetCachedValue(const WideString& columnId, const WideString& language,
@@ -32,23 +41,42 @@ public:
     int Load(CCacheArchive& archive) override;
     /// Answers 1; throws CCacheArchive::Failure when the file cannot be written.
     int Save(CCacheArchive& archive) override;
-
     /// The value or null; see CValueCache.
     const WideString* FindCachedValue(std::wstring_view columnId,
                                       std::wstring_view language) const override;
 
+    /// SetCachedValue by view: copies the key texts only the first time the table meets them.
+    void StoreValue(std::wstring_view columnId, std::wstring_view language,
+                    std::wstring_view value);
     /// Number of languages that hold values.
     size_t GetLanguageCount() const { return m_languages.size(); }
 
 private:
+    struct Value {
+        const WideString* column; // pooled
+        WideString text;
+    };
+    struct Language {
+        const WideString* name;    // pooled
+        std::vector<Value> values; // in the order they were stored
+    };
+
+    CCacheKeyPool& Keys();
     void MarkOwnerDirty();
-    // Maps with transparent comparison, so that a lookup by string view copies no key.
-    using ColumnValues = std::map<WideString, WideString, std::less<>>;
-    using LanguageMap = std::map<WideString, ColumnValues, std::less<>>;
-    bool ClearIn(LanguageMap::iterator language, const WideString& columnId);
+    // The language's entry, or end.
+    std::vector<Language>::iterator FindLanguage(std::wstring_view language);
+    std::vector<Language>::const_iterator FindLanguage(std::wstring_view language) const;
+    // The entry of the language, made in order when absent.
+    Language& LanguageEntry(std::wstring_view language);
+    // Stores into one language: overwrites, or appends.
+    void StoreIn(Language& language, std::wstring_view columnId, WideString&& text);
+    // Erases the column from the language, and the language once it is empty. True when a value
+    // was erased.
+    bool ClearIn(std::vector<Language>::iterator language, const WideString* column);
 
     CTableValueCache* m_owner;
-    LanguageMap m_languages;
+    std::unique_ptr<CCacheKeyPool> m_ownKeys; // only without an owner
+    std::vector<Language> m_languages;        // in language order
 };
 
 } // namespace torvex

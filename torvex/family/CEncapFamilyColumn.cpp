@@ -99,16 +99,16 @@ Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* languag
     if (m_cache &&
         m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"", out) == 0)
         return CTableEvaluator::EvalOk;
-    const WideString row = Text(rowId);
-    const WideString lang = Text(language);
+    const wchar_t* row = Text(rowId);
+    const wchar_t* lang = Text(language);
     // The row id and the status are never evaluated: they answer the raw cell.
     if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
         SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus)) {
-        m_table->GetRawValue(row.c_str(), m_columnId.c_str(), out);
-        SetCacheValue(row.c_str(), lang.c_str(), out.c_str());
+        m_table->GetRawValue(row, m_columnId.c_str(), out);
+        SetCacheValue(row, lang, out.c_str());
         return CTableEvaluator::EvalOk;
     }
-    const Result result = m_table->Evaluate(row, m_columnId, lang);
+    const Result result = m_table->Evaluate(WideString(row), m_columnId, WideString(lang));
     if (result != CTableEvaluator::EvalOk && result != CTableEvaluator::EvalUnitMismatch)
         return result;
     if (!m_cache || m_cache->GetValue(row, m_columnId, lang, out) != 0)

@@ -97,6 +97,8 @@ public:
     DataTypes::ColumnDataType GetDataType() const { return m_dataType; }
     /// The unit text, empty if none.
     void GetUnitType(WideString& out) const { out = m_unitType; }
+    /// The unit, without a copy; valid until the unit changes. Never fails.
+    const WideString& GetUnitTypeRef() const { return m_unitType; }
 
     // Derived readings.
 

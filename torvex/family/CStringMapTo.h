@@ -12,6 +12,7 @@
 
 #include "torvex/platform/AsciiText.h"
 #include "torvex/platform/WideString.h"
+#include "torvex/text/TextHash.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -251,7 +252,7 @@ private:
     static_assert(sizeof(FreeSlot) <= sizeof(Node));
 
     std::vector<Node*> m_buckets;
-    std::unordered_map<std::wstring_view, Node*> m_index;
+    std::unordered_map<std::wstring_view, Node*, TextHash> m_index;
     std::vector<std::unique_ptr<Storage[]>> m_blocks;
     FreeSlot* m_free = nullptr;
     size_t m_count = 0;

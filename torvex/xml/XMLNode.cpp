@@ -449,23 +449,24 @@ bool XMLNode::FindChildElement(const wchar_t* name, const wchar_t* attribute, co
         }
         xmlAttrPtr match = nullptr;
         if (plainNames) {
-            if (HasPrefix(child->ns) || !TextEquals(child->name, name)) {
-                continue;
-            }
+            // An element has at most one unprefixed attribute of a name, so the checks may run
+            // in any order: the value first, since among siblings it is what differs, mostly at
+            // its first character.
             for (xmlAttrPtr attr = child->properties; attr != nullptr; attr = attr->next) {
-                if (!HasPrefix(attr->ns) && TextEquals(attr->name, attribute)) {
-                    match = attr;
-                    break;
+                xmlNodePtr only = attr->children;
+                const bool oneText = only != nullptr && only->next == nullptr;
+                if (oneText && !TextEquals(only->content, value)) {
+                    continue;
                 }
+                if (HasPrefix(attr->ns) || !TextEquals(attr->name, attribute)) {
+                    continue;
+                }
+                if (oneText || AttrValueEquals(attr, Utf8(value).c_str())) {
+                    match = attr;
+                }
+                break;
             }
-            if (match == nullptr) {
-                continue;
-            }
-            xmlNodePtr only = match->children;
-            const bool equal = (only != nullptr && only->next == nullptr)
-                                   ? TextEquals(only->content, value)
-                                   : AttrValueEquals(match, Utf8(value).c_str());
-            if (!equal) {
+            if (match == nullptr || HasPrefix(child->ns) || !TextEquals(child->name, name)) {
                 continue;
             }
         } else {
