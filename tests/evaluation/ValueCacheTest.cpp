@@ -7,10 +7,14 @@
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/evaluation/CValueCacheLoc.h"
 #include "torvex/evaluation/CValueCacheSimple.h"
+#include "torvex/platform/Utf16.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <optional>
+#include <string>
+#include <string_view>
 
 using namespace torvex;
 using torvex::testing::Cached;
@@ -66,6 +70,39 @@ TEST(ValueCache, LanguagesAreIndependentAndEmptyLanguagesGo) {
     EXPECT_EQ(Cached(cache, L"R2", L"A", L"en"), std::nullopt);
     EXPECT_EQ(cache.GetRowCount(), 2u);
     EXPECT_EQ(LanguagesOf(cache, L"R1"), 0u);
+}
+
+// Values overwritten with shorter, longer and equal texts, cleared, and stored from a view of a
+// value the cache itself holds, keep every other value of the row intact, also across the
+// rewriting of the row's text buffer that many overwrites cause.
+TEST(ValueCache, OverwritesKeepEveryValue) {
+    CTableValueCache cache(L"");
+    std::map<WideString, WideString> expected;
+    auto set = [&](const WideString& column, std::wstring_view value) {
+        const WideString copy(value);
+        cache.SetValue(L"R1", column, L"en", value);
+        expected[column] = copy;
+    };
+    for (const wchar_t* column : {L"A", L"B", L"C", L"D", L"E"})
+        set(column, WideString(L"first value of ") + column);
+    for (int i = 0; i < 300; ++i) {
+        set(L"B", WideString(static_cast<size_t>(i * 7 % 41), L'b')); // longer and shorter
+        set(L"D", L"same length");
+        if (i % 50 == 0) {
+            cache.ClearValue(L"R1", L"C", L"en");
+            expected.erase(L"C");
+            set(L"C", std::to_wstring(i));
+        }
+    }
+    // Views into the cache's own storage: copied to another column, and shrunk in place.
+    std::wstring_view own;
+    ASSERT_TRUE(cache.GetRowCache(L"R1", false)->FindCachedValue(L"A", L"en", own));
+    set(L"F", own);
+    ASSERT_TRUE(cache.GetRowCache(L"R1", false)->FindCachedValue(L"A", L"en", own));
+    set(L"A", own.substr(6));
+    for (const auto& [column, value] : expected)
+        EXPECT_EQ(Cached(cache, L"R1", column, L"en"), value) << platform::ToUtf8(column);
+    EXPECT_EQ(Cached(cache, L"R1", L"B", L"de"), std::nullopt);
 }
 
 // Reads and clears that find nothing keep the cache clean; every change dirties it.

@@ -167,7 +167,7 @@ void CCacheArchive::WriteInt32(int32_t value) {
     WriteUInt32(static_cast<uint32_t>(value));
 }
 
-void CCacheArchive::WriteString(const WideString& text) {
+void CCacheArchive::WriteString(std::wstring_view text) {
     std::u16string units = platform::ToUtf16(text);
     if (units.size() > 0xFFFFFFFEu)
         throw Failure("text too long for the cache file");

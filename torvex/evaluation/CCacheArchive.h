@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace torvex {
 
@@ -56,7 +57,7 @@ public:
     void WriteInt32(int32_t value);
     /// Writes a string in the wide form (UTF-16LE); throws Failure when the file cannot be
     /// written or the text is too long for a 32-bit length.
-    void WriteString(const WideString& text);
+    void WriteString(std::wstring_view text);
     /// Flushes the buffer and closes the file; throws Failure when the file cannot be written.
     void Close();
 

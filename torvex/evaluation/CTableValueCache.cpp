@@ -67,10 +67,10 @@ int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view column
     const CValueCacheLoc* row = RowCache(rowId, false);
     if (!row)
         return 1;
-    const WideString* cached = row->FindCachedValue(columnId, language);
-    if (!cached)
+    std::wstring_view cached;
+    if (!row->FindCachedValue(columnId, language, cached))
         return 1;
-    value = *cached;
+    value.assign(cached);
     return 0;
 }
 

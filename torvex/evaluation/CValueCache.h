@@ -32,10 +32,11 @@ public:
     /// Writes the row's values to the cache file; answers 1. Throws CCacheArchive::Failure when
     /// the file cannot be written.
     virtual int Save(CCacheArchive& archive) = 0;
-    /// The cached value of a column in a language, or null on a miss; the read path of the
-    /// table, which copies no key. The pointer is valid until the next change of this cache.
-    virtual const WideString* FindCachedValue(std::wstring_view columnId,
-                                              std::wstring_view language) const = 0;
+    /// The cached value of a column in a language, put in `value` without a copy: true on a
+    /// hit, false on a miss (`value` untouched). The read path of the table, which copies no
+    /// key; the view is valid until the next change of this cache.
+    virtual bool FindCachedValue(std::wstring_view columnId, std::wstring_view language,
+                                 std::wstring_view& value) const = 0;
 };
 
 } // namespace torvex

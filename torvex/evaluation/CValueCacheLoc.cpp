@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 
 namespace torvex {
 
@@ -56,25 +57,53 @@ CValueCacheLoc::Language& CValueCacheLoc::LanguageEntry(std::wstring_view langua
     auto at = std::lower_bound(
         m_languages.begin(), m_languages.end(), language,
         [](const Language& entry, std::wstring_view name) { return *entry.name < name; });
-    return *m_languages.insert(at, Language{Keys().Intern(language), {}});
+    return *m_languages.insert(at, Language{Keys().Intern(language), {}, {}, 0});
 }
 
-void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId, WideString&& text) {
+void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
+                             std::wstring_view text) {
     // Pooled keys compare by address.
     const WideString* column = Keys().Intern(columnId);
     auto& values = language.values;
     auto same = std::find_if(values.begin(), values.end(),
                              [column](const Value& value) { return value.column == column; });
-    if (same != values.end()) {
-        same->text = std::move(text);
+    if (same != values.end() && text.size() <= same->length) {
+        // The new text fits where the old one was; it may be a view of that very text.
+        std::char_traits<wchar_t>::move(language.texts.data() + same->offset, text.data(),
+                                        text.size());
+        language.unused += same->length - text.size();
+        same->length = text.size();
         return;
     }
-    values.push_back(Value{column, std::move(text)});
+    const size_t offset = language.texts.size();
+    language.texts.append(text);
+    if (same != values.end()) {
+        language.unused += same->length;
+        same->offset = offset;
+        same->length = text.size();
+        CompactIfWasteful(language);
+        return;
+    }
+    values.push_back(Value{column, offset, text.size()});
+}
+
+void CValueCacheLoc::CompactIfWasteful(Language& language) {
+    if (language.unused < 64 || language.unused * 2 < language.texts.size())
+        return;
+    WideString texts;
+    texts.reserve(language.texts.size() - language.unused);
+    for (Value& value : language.values) {
+        const size_t offset = texts.size();
+        texts.append(language.texts, value.offset, value.length);
+        value.offset = offset;
+    }
+    language.texts = std::move(texts);
+    language.unused = 0;
 }
 
 void CValueCacheLoc::StoreValue(std::wstring_view columnId, std::wstring_view language,
                                 std::wstring_view value) {
-    StoreIn(LanguageEntry(language), columnId, WideString(value));
+    StoreIn(LanguageEntry(language), columnId, value);
     MarkOwnerDirty();
 }
 
@@ -83,28 +112,30 @@ void CValueCacheLoc::SetCachedValue(const WideString& columnId, const WideString
     StoreValue(columnId, language, value);
 }
 
-const WideString* CValueCacheLoc::FindCachedValue(std::wstring_view columnId,
-                                                  std::wstring_view language) const {
+bool CValueCacheLoc::FindCachedValue(std::wstring_view columnId, std::wstring_view language,
+                                     std::wstring_view& value) const {
     auto lang = FindLanguage(language);
     if (lang == m_languages.end())
-        return nullptr;
+        return false;
     const CCacheKeyPool& keys = m_owner ? m_owner->GetKeyPool() : *m_ownKeys;
     const WideString* column = keys.Find(columnId);
     if (!column)
-        return nullptr; // no row of the table holds that column
-    for (const Value& value : lang->values) {
-        if (value.column == column)
-            return &value.text;
+        return false; // no row of the table holds that column
+    for (const Value& entry : lang->values) {
+        if (entry.column == column) {
+            value = std::wstring_view(lang->texts).substr(entry.offset, entry.length);
+            return true;
+        }
     }
-    return nullptr;
+    return false;
 }
 
 int CValueCacheLoc::GetCachedValue(const WideString& columnId, const WideString& language,
                                    WideString& value) {
-    const WideString* found = FindCachedValue(columnId, language);
-    if (!found)
+    std::wstring_view found;
+    if (!FindCachedValue(columnId, language, found))
         return 1;
-    value = *found;
+    value.assign(found);
     return 0;
 }
 
@@ -114,10 +145,13 @@ bool CValueCacheLoc::ClearIn(std::vector<Language>::iterator language, const Wid
                               [column](const Value& value) { return value.column == column; });
     if (found == values.end())
         return false;
+    language->unused += found->length;
     values.erase(found);
     MarkOwnerDirty();
     if (values.empty())
         m_languages.erase(language);
+    else
+        CompactIfWasteful(*language);
     return true;
 }
 
@@ -169,7 +203,7 @@ int CValueCacheLoc::Load(CCacheArchive& archive) {
                 WideString value = archive.ReadString();
                 if (columnIndex < 0 || size_t(columnIndex) >= columnNames.size())
                     continue; // a column without an index: the value is dropped
-                StoreIn(entry, columnNames[columnIndex], std::move(value));
+                StoreIn(entry, columnNames[columnIndex], value);
             }
             current = nullptr;
         }
@@ -198,7 +232,8 @@ int CValueCacheLoc::Save(CCacheArchive& archive) {
         archive.WriteInt32(static_cast<int32_t>(ordered.size()));
         for (const Value* value : ordered) {
             archive.WriteUInt16(FileIndex(m_owner ? m_owner->GetColumnIndex(*value->column) : -1));
-            archive.WriteString(value->text);
+            archive.WriteString(
+                std::wstring_view(language.texts).substr(value->offset, value->length));
         }
     }
     return 1;

@@ -16,8 +16,10 @@ class CTableValueCache;
 /// The row cache the library creates. Keys compare exactly. Changes mark the owner dirty.
 ///
 /// A row holds a few languages and a few dozen columns, so both levels are flat vectors whose
-/// entries point at the owner's pooled keys: a cached value costs its own text and a word.
-/// Languages are kept in order; values in the order they came, sorted when the file is written.
+/// entries point at the owner's pooled keys, and the characters of a language's values sit one
+/// after another in one buffer: a row costs a handful of allocations however many values it
+/// holds. Languages are kept in order; values in the order they came, sorted when the file is
+/// written.
 class CValueCacheLoc : public CValueCache {
 public:
     /// A cache of the owner (not owned, may be null: then the cache pools its own keys); never
@@ -41,9 +43,9 @@ public:
     int Load(CCacheArchive& archive) override;
     /// Answers 1; throws CCacheArchive::Failure when the file cannot be written.
     int Save(CCacheArchive& archive) override;
-    /// The value or null; see CValueCache.
-    const WideString* FindCachedValue(std::wstring_view columnId,
-                                      std::wstring_view language) const override;
+    /// See CValueCache.
+    bool FindCachedValue(std::wstring_view columnId, std::wstring_view language,
+                         std::wstring_view& value) const override;
 
     /// SetCachedValue by view: copies the key texts only the first time the table meets them.
     void StoreValue(std::wstring_view columnId, std::wstring_view language,
@@ -54,11 +56,14 @@ public:
 private:
     struct Value {
         const WideString* column; // pooled
-        WideString text;
+        size_t offset;            // of the characters in the language's texts
+        size_t length;
     };
     struct Language {
         const WideString* name;    // pooled
         std::vector<Value> values; // in the order they were stored
+        WideString texts;          // the values' characters, one after another
+        size_t unused = 0;         // characters of texts that no value holds any more
     };
 
     CCacheKeyPool& Keys();
@@ -69,7 +74,9 @@ private:
     // The entry of the language, made in order when absent.
     Language& LanguageEntry(std::wstring_view language);
     // Stores into one language: overwrites, or appends.
-    void StoreIn(Language& language, std::wstring_view columnId, WideString&& text);
+    void StoreIn(Language& language, std::wstring_view columnId, std::wstring_view text);
+    // Rewrites the texts without the unused characters once they are most of the buffer.
+    static void CompactIfWasteful(Language& language);
     // Erases the column from the language, and the language once it is empty. True when a value
     // was erased.
     bool ClearIn(std::vector<Language>::iterator language, const WideString* column);

@@ -20,10 +20,13 @@ void CValueCacheSimple::SetCachedValue(const WideString& columnId, const WideStr
     MarkOwnerDirty();
 }
 
-const WideString* CValueCacheSimple::FindCachedValue(std::wstring_view columnId,
-                                                     std::wstring_view) const {
+bool CValueCacheSimple::FindCachedValue(std::wstring_view columnId, std::wstring_view,
+                                        std::wstring_view& value) const {
     auto column = m_values.find(columnId);
-    return column == m_values.end() ? nullptr : &column->second;
+    if (column == m_values.end())
+        return false;
+    value = column->second;
+    return true;
 }
 
 int CValueCacheSimple::GetCachedValue(const WideString& columnId, const WideString&,

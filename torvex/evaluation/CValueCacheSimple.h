@@ -22,9 +22,9 @@ public:
     /// 0 on a hit (value copied), 1 on a miss; the language is ignored.
     int GetCachedValue(const WideString& columnId, const WideString& language,
                        WideString& value) override;
-    /// The value or null; the language plays no part.
-    const WideString* FindCachedValue(std::wstring_view columnId,
-                                      std::wstring_view language) const override;
+    /// See CValueCache; the language plays no part.
+    bool FindCachedValue(std::wstring_view columnId, std::wstring_view language,
+                         std::wstring_view& value) const override;
     /// Forgets the column; silent on a miss.
     void ClearColumn(const WideString& columnId) override;
     /// Forgets the column (the language is ignored); silent on a miss.

@@ -12,9 +12,15 @@ bool IsScalar(char32_t c) {
 } // namespace
 
 std::string ToUtf8(std::wstring_view text) {
-    // Sized once for the worst case (4 bytes a character), written through a pointer, cut to
-    // length: whole documents pass through here when they are parsed.
-    std::string out(text.size() * 4, '\0');
+    // Measured first and sized exactly, then written through a pointer: whole documents pass
+    // through here when they are parsed, and a buffer sized for the worst case would be four
+    // times the text, all of it touched.
+    size_t length = 0;
+    for (wchar_t w : text) {
+        const auto c = static_cast<char32_t>(w);
+        length += c < 0x80 ? 1 : c < 0x800 ? 2 : (c < 0x10000 || c >= 0x110000) ? 3 : 4;
+    }
+    std::string out(length, '\0');
     char* p = out.data();
     for (wchar_t w : text) {
         char32_t c = static_cast<char32_t>(w);
@@ -36,7 +42,6 @@ std::string ToUtf8(std::wstring_view text) {
         }
         *p++ = static_cast<char>(0x80 | (c & 0x3F));
     }
-    out.resize(static_cast<size_t>(p - out.data()));
     return out;
 }
 
