@@ -48,14 +48,12 @@ CValueCacheLoc* CTableValueCache::RowCache(std::wstring_view rowId, bool create)
     auto row = m_rows.find(rowId);
     if (row != m_rows.end()) {
         m_lastRowId = rowId;
-        m_lastRowCache = row->second.get();
+        m_lastRowCache = &row->second;
         return m_lastRowCache;
     }
     if (!create)
         return nullptr;
-    CValueCacheLoc* created =
-        m_rows.emplace(WideString(rowId), std::make_unique<CValueCacheLoc>(this))
-            .first->second.get();
+    CValueCacheLoc* created = &m_rows.try_emplace(WideString(rowId), this).first->second;
     m_lastRowId = rowId;
     m_lastRowCache = created;
     m_dirty = true;
@@ -104,14 +102,14 @@ void CTableValueCache::ClearColumnInRow(const WideString& rowId, const WideStrin
 
 void CTableValueCache::ClearColumn(const WideString& columnId) {
     for (auto& row : m_rows)
-        row.second->ClearColumn(columnId);
+        row.second.ClearColumn(columnId);
 }
 
 void CTableValueCache::DropRow(const WideString& rowId) {
     auto row = m_rows.find(rowId);
     if (row == m_rows.end())
         return;
-    if (row->second.get() == m_lastRowCache) {
+    if (&row->second == m_lastRowCache) {
         m_lastRowId.clear();
         m_lastRowCache = nullptr;
     }
@@ -185,11 +183,12 @@ bool CTableValueCache::Load() {
             WideString rowId = archive.ReadString();
             if (rowId.empty())
                 return false;
-            auto cache = std::make_unique<CValueCacheLoc>(this);
-            const int result = cache->Load(archive);
+            CValueCacheLoc cache(this);
+            const int result = cache.Load(archive);
             if (result == -1)
                 return false;
-            m_rows[rowId] = std::move(cache); // a row id met twice: the later record wins
+            // A row id met twice: the later record wins.
+            m_rows.insert_or_assign(std::move(rowId), std::move(cache));
             if (result == 0)
                 return false;
         }
@@ -226,16 +225,16 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
             archive.WriteString(entry.second);
 
         // Rows in id order, so that the same cache always gives the same file.
-        std::vector<const decltype(m_rows)::value_type*> rows;
+        std::vector<decltype(m_rows)::value_type*> rows;
         rows.reserve(m_rows.size());
-        for (const auto& row : m_rows)
+        for (auto& row : m_rows)
             rows.push_back(&row);
         std::sort(rows.begin(), rows.end(),
                   [](const auto* a, const auto* b) { return a->first < b->first; });
         archive.WriteInt32(static_cast<int32_t>(rows.size()));
-        for (const auto* row : rows) {
+        for (auto* row : rows) {
             archive.WriteString(row->first);
-            row->second->Save(archive);
+            row->second.Save(archive);
         }
         archive.Close();
     } catch (...) {

@@ -3,6 +3,7 @@
 // across runs in the table cache file "TableCache_<locale id>.dat".
 
 #include "torvex/evaluation/CCacheKeyPool.h"
+#include "torvex/evaluation/CValueCacheLoc.h"
 #include "torvex/platform/WideString.h"
 #include "torvex/text/TextHash.h"
 
@@ -17,7 +18,6 @@
 namespace torvex {
 
 class CValueCache;
-class CValueCacheLoc;
 
 /// Owner of the row caches of one table and of its cache file. Not copyable.
 class CTableValueCache {
@@ -89,8 +89,8 @@ private:
 
     CCacheKeyPool m_keys; // the rows point into it, so it goes after them
     // Hashed, so that a lookup walks no tree of row ids; Save still writes the rows in id order.
-    std::unordered_map<WideString, std::unique_ptr<CValueCacheLoc>, TextHash, std::equal_to<>>
-        m_rows;
+    // The row caches live in the map's nodes, which never move.
+    std::unordered_map<WideString, CValueCacheLoc, TextHash, std::equal_to<>> m_rows;
     std::map<WideString, uint16_t, std::less<>> m_languageIndexes;
     std::map<WideString, uint16_t> m_columnIndexes;
     WideStringList m_columnNames;

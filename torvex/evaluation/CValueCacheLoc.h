@@ -26,6 +26,9 @@ public:
     /// fails.
     explicit CValueCacheLoc(CTableValueCache* owner);
     ~CValueCacheLoc() override;
+    /// Moves keep the owner; the source is left empty. Never fail.
+    CValueCacheLoc(CValueCacheLoc&&) noexcept = default;
+    CValueCacheLoc& operator=(CValueCacheLoc&&) noexcept = default;
 
     /// Stores or overwrites a value; never fails.
     void SetCachedValue(const WideString& columnId, const WideString& language,
