@@ -3,6 +3,7 @@
 #include "torvex/platform/Files.h"
 #include "torvex/platform/Utf16.h"
 
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -185,8 +186,13 @@ void CCacheArchive::WriteString(std::wstring_view text) {
         WriteUInt16(kLength32);
         WriteUInt32(static_cast<uint32_t>(length));
     }
-    for (char16_t unit : units)
-        WriteUInt16(static_cast<uint16_t>(unit));
+    if constexpr (std::endian::native == std::endian::little) {
+        // The units in memory already are the file's bytes: one copy for the whole text.
+        Put(units.data(), units.size() * sizeof(char16_t));
+    } else {
+        for (char16_t unit : units)
+            WriteUInt16(static_cast<uint16_t>(unit));
+    }
 }
 
 void CCacheArchive::Close() {

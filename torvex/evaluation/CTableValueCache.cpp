@@ -120,6 +120,7 @@ void CTableValueCache::DropRow(const WideString& rowId) {
 void CTableValueCache::Clear() {
     m_rows.clear();
     m_keys.Clear();
+    m_keyColumnIndexes.clear();
     m_lastLanguage.clear();
     m_lastRowId.clear();
     m_lastRowCache = nullptr;
@@ -145,6 +146,13 @@ int CTableValueCache::GetLanguageIndex(const WideString& language) const {
 int CTableValueCache::GetColumnIndex(const WideString& columnId) const {
     auto found = m_columnIndexes.find(columnId);
     return found == m_columnIndexes.end() ? -1 : found->second;
+}
+
+int CTableValueCache::GetColumnIndexOfKey(const WideString* key) {
+    auto [entry, added] = m_keyColumnIndexes.try_emplace(key, 0);
+    if (added)
+        entry->second = GetColumnIndex(*key);
+    return entry->second;
 }
 
 bool CTableValueCache::Load() {
@@ -211,6 +219,7 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
         // The column table: position in it is the column index the rows refer to.
         archive.WriteUInt16(static_cast<uint16_t>(columnIds.size()));
         m_columnIndexes.clear();
+        m_keyColumnIndexes.clear();
         uint16_t counter = 0;
         for (const WideString& columnId : columnIds) {
             m_columnIndexes[columnId] = counter++;

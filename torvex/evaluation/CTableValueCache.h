@@ -75,6 +75,9 @@ public:
     int GetLanguageIndex(const WideString& language) const;
     /// Index of a column in the column table of the last save; -1 when it has none.
     int GetColumnIndex(const WideString& columnId) const;
+    /// GetColumnIndex for a key of the key pool, looked up by address after the first time;
+    /// -1 when the column has no index. The addresses are forgotten at each save.
+    int GetColumnIndexOfKey(const WideString* key);
     /// Column ids read from the file, by index; empty before a load.
     const WideStringList& GetColumnNames() const { return m_columnNames; }
     /// Languages read from the file, by index; empty before a load.
@@ -100,6 +103,7 @@ private:
     WideString m_lastRowId;
     CValueCacheLoc* m_lastRowCache = nullptr;
     WideString m_lastLanguage; // the language SetValue entered last
+    std::unordered_map<const WideString*, int> m_keyColumnIndexes; // GetColumnIndexOfKey
 };
 
 } // namespace torvex

@@ -231,7 +231,8 @@ int CValueCacheLoc::Save(CCacheArchive& archive) {
                   [](const Value* a, const Value* b) { return *a->column < *b->column; });
         archive.WriteInt32(static_cast<int32_t>(ordered.size()));
         for (const Value* value : ordered) {
-            archive.WriteUInt16(FileIndex(m_owner ? m_owner->GetColumnIndex(*value->column) : -1));
+            archive.WriteUInt16(
+                FileIndex(m_owner ? m_owner->GetColumnIndexOfKey(value->column) : -1));
             archive.WriteString(
                 std::wstring_view(language.texts).substr(value->offset, value->length));
         }
