@@ -177,6 +177,22 @@ void BareParse(benchmark::State& state, size_t rows) {
     state.counters["bytes"] = static_cast<double>(family.Utf8Bytes());
 }
 
+// libxml2 freeing the documents it parsed: what closing a family is compared with.
+void BareFree(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    BareDocuments().Parse(family); // warm-up
+    for (auto _ : state) {
+        BareDocuments documents;
+        if (!documents.Parse(family)) {
+            state.SkipWithError("libxml2 did not parse the generated texts");
+            break;
+        }
+        const auto start = Clock::now();
+        documents.Free();
+        state.SetIterationTime(SecondsSince(start));
+    }
+}
+
 void BareParseWalk(benchmark::State& state, size_t rows) {
     const GeneratedFamily& family = Workspace::Get().Family(rows);
     BareDocuments().Parse(family); // warm-up
@@ -465,6 +481,7 @@ void RegisterAll(const std::vector<size_t>& sizes) {
         Register("Baseline/Parse", rows, BareParse, schedule.heavy);
         Register("Baseline/ParseWalk", rows, BareParseWalk, schedule.heavy);
         Register("Baseline/HostAlone", rows, HostAlone, schedule.heavy);
+        Register("Baseline/Free", rows, BareFree, schedule.heavy);
         Register("Torvex/Open", rows, Open, schedule.heavy);
         Register("Torvex/FirstEvaluation", rows, FirstEvaluation, schedule.heavy);
         Register("Torvex/WarmRead", rows, WarmRead, schedule.warm);

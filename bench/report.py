@@ -27,6 +27,7 @@ TABLE = [
     "Baseline/Parse",
     "Baseline/ParseWalk",
     "Baseline/HostAlone",
+    "Baseline/Free",
 ] + SCALED
 
 
@@ -201,7 +202,7 @@ def main():
     # The baselines grow on the same machine too: a growth that the bare parse shares is the
     # machine's (caches, memory), not the library's.
     growth = []
-    for kind in ("Baseline/Parse", "Baseline/ParseWalk", "Baseline/HostAlone"):
+    for kind in ("Baseline/Parse", "Baseline/ParseWalk", "Baseline/HostAlone", "Baseline/Free"):
         steps = []
         for lo, hi in ((1000, 10000), (10000, 50000)):
             a, b = t(kind, lo), t(kind, hi)
