@@ -444,6 +444,118 @@ void OpenLoad(benchmark::State& state, size_t rows) {
         state.counters["load_ms"] = (withFile - without) * 1e3 / iteration;
 }
 
+// ---- Growth measured in pairs ----
+//
+// The growth of a step from a smaller family to a larger one, with both sizes timed in the same
+// iterations, in alternating order: the machine's slow and fast spells, which last longer than
+// a benchmark, then fall on both sides alike. Each iteration times the step once on the larger
+// family and (larger / smaller) times on the smaller; the counters `lo_ms` and `hi_ms` are the
+// mean times of one step at each size, and the report takes their ratio.
+
+enum class Step { Open, FirstEvaluation, WarmRead, Close, CloseSave, OpenLoad };
+
+// One family of a pair with what its steps need: a folder for the cache file and, for the warm
+// read, a family evaluated once.
+struct PairSide {
+    const GeneratedFamily* family = nullptr;
+    size_t rows = 0;
+    std::filesystem::path folder;
+    std::unique_ptr<CEncapFamily> evaluated;
+};
+
+// Seconds of one step; what comes before and after it is not timed.
+double TimeStep(Step step, PairSide& side) {
+    const GeneratedFamily& family = *side.family;
+    double seconds = 0.0;
+    switch (step) {
+    case Step::Open: {
+        const auto start = Clock::now();
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+        seconds = SecondsSince(start);
+        break;
+    }
+    case Step::FirstEvaluation: {
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+        const auto start = Clock::now();
+        benchmark::DoNotOptimize(ReadAllCells(*opened).Cells());
+        seconds = SecondsSince(start);
+        break;
+    }
+    case Step::WarmRead: {
+        const auto start = Clock::now();
+        benchmark::DoNotOptimize(ReadAllCells(*side.evaluated).Cells());
+        seconds = SecondsSince(start);
+        break;
+    }
+    case Step::Close:
+    case Step::CloseSave: {
+        const bool save = step == Step::CloseSave;
+        if (save)
+            RemoveCacheFiles(side.folder);
+        std::unique_ptr<CEncapFamily> opened =
+            OpenFamily(family, save ? side.folder.wstring() : std::wstring());
+        ReadAllCells(*opened);
+        const auto start = Clock::now();
+        opened.reset();
+        seconds = SecondsSince(start);
+        break;
+    }
+    case Step::OpenLoad: {
+        const auto start = Clock::now();
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, side.folder.wstring());
+        seconds = SecondsSince(start);
+        break;
+    }
+    }
+    return seconds;
+}
+
+void PairedGrowth(benchmark::State& state, Step step, size_t smaller, size_t larger) {
+    const GeneratedFamily small = GenerateFamily(smaller);
+    PairSide sides[2];
+    sides[0].family = &small;
+    sides[0].rows = smaller;
+    sides[1].family = &Workspace::Get().Family(larger);
+    sides[1].rows = larger;
+    for (PairSide& side : sides) {
+        side.folder = Workspace::Get().CacheFolder(side.rows);
+        if (side.folder.empty()) {
+            state.SkipWithError("no temporary folder for the cache file");
+            return;
+        }
+        if (step == Step::WarmRead) {
+            side.evaluated = OpenFamily(*side.family, std::wstring());
+            ReadAllCells(*side.evaluated);
+        }
+        if (step == Step::OpenLoad) {
+            RemoveCacheFiles(side.folder);
+            std::unique_ptr<CEncapFamily> writer = OpenFamily(*side.family, side.folder.wstring());
+            ReadAllCells(*writer);
+        }
+        TimeStep(step, side); // warm-up
+    }
+    const size_t repeats = larger / smaller;
+    double small_seconds = 0.0, large_seconds = 0.0;
+    int iteration = 0;
+    for (auto _ : state) {
+        const bool largeFirst = iteration++ % 2 == 0;
+        double large = 0.0;
+        if (largeFirst)
+            large = TimeStep(step, sides[1]);
+        for (size_t i = 0; i < repeats; ++i)
+            small_seconds += TimeStep(step, sides[0]);
+        if (!largeFirst)
+            large = TimeStep(step, sides[1]);
+        large_seconds += large;
+        state.SetIterationTime(large);
+    }
+    if (iteration > 0) {
+        state.counters["lo_ms"] = small_seconds * 1e3 / (iteration * static_cast<double>(repeats));
+        state.counters["hi_ms"] = large_seconds * 1e3 / iteration;
+        state.counters["lo_rows"] = static_cast<double>(smaller);
+    }
+}
+
 void Memory(benchmark::State& state, size_t rows) {
     MemoryFigures figures;
     for (auto _ : state) {
@@ -489,6 +601,26 @@ void RegisterAll(const std::vector<size_t>& sizes) {
         Register("Torvex/Close", rows, Close, schedule.heavy);
         Register("Torvex/CloseSave", rows, CloseSave, schedule.heavy);
         Register("Torvex/OpenLoad", rows, OpenLoad, schedule.heavy);
+    }
+    // Growth in pairs, after the sizes: from each size to the next one of 1,000, 10,000 and
+    // 50,000 that is run.
+    static const std::pair<const char*, Step> kSteps[] = {
+        {"Open", Step::Open},           {"FirstEvaluation", Step::FirstEvaluation},
+        {"WarmRead", Step::WarmRead},   {"Close", Step::Close},
+        {"CloseSave", Step::CloseSave}, {"OpenLoad", Step::OpenLoad}};
+    for (const auto& [smaller, larger] : {std::pair<size_t, size_t>{1000, 10000}, {10000, 50000}}) {
+        if (std::find(sizes.begin(), sizes.end(), smaller) == sizes.end() ||
+            std::find(sizes.begin(), sizes.end(), larger) == sizes.end())
+            continue;
+        const int iterations = ScheduleFor(larger).heavy;
+        for (const auto& [name, step] : kSteps) {
+            const std::string fullName =
+                "Paired/" + std::string(name) + "/" + std::to_string(larger);
+            benchmark::RegisterBenchmark(fullName.c_str(), PairedGrowth, step, smaller, larger)
+                ->Iterations(iterations)
+                ->UseManualTime()
+                ->Unit(benchmark::kMillisecond);
+        }
     }
     // Peak memory is measured once, at the largest size.
     const size_t largest = *std::max_element(sizes.begin(), sizes.end());

@@ -179,12 +179,23 @@ def main():
         per_cell = warm / cells / 1e3 if warm and cells else None
         if n == 10000:
             verdicts.add(f"Warm re-read N={n} (per cell)", per_cell, 0.5, unit="us")
+    # Growth: from the pair benchmark where it ran (both sizes timed in the same iterations),
+    # with the growth between the separate benchmarks beside it; else from those alone.
     for kind in SCALED:
+        step = kind.split('/')[1]
         for lo, hi, limit in ((1000, 10000, 12), (10000, 50000, 6)):
+            if lo not in sizes or hi not in sizes:
+                continue
             a, b = t(kind, lo), t(kind, hi)
-            if lo in sizes and hi in sizes:
-                verdicts.add(f"Scaling {kind.split('/')[1]} {lo}->{hi}",
-                             b / a if a and b else None, limit)
+            separate = b / a if a and b else None
+            lo_ms, hi_ms = (counter(f"Paired/{step}", hi, "lo_ms"),
+                            counter(f"Paired/{step}", hi, "hi_ms"))
+            if lo_ms and hi_ms:
+                info = f"separate benchmarks {separate:.2f}x" if separate else ""
+                verdicts.add(f"Scaling {step} {lo}->{hi} (paired)", hi_ms / lo_ms, limit,
+                             info=info)
+            else:
+                verdicts.add(f"Scaling {step} {lo}->{hi}", separate, limit)
     for (kind, n), entry in sorted(runs.items()):
         if kind != "Memory":
             continue

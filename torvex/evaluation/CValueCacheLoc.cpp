@@ -72,19 +72,28 @@ void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
         std::char_traits<wchar_t>::move(language.texts.data() + same->offset, text.data(),
                                         text.size());
         language.unused += same->length - text.size();
-        same->length = text.size();
+        same->length = static_cast<uint32_t>(text.size());
         return;
     }
-    const size_t offset = language.texts.size();
+    if (text.size() > kMaxTexts - language.texts.size()) {
+        // Beyond what 32-bit offsets reach (the buffer is rewritten long before that unless it
+        // holds billions of live characters): the value is not kept, and a read misses.
+        if (same != values.end()) {
+            language.unused += same->length;
+            values.erase(same);
+        }
+        return;
+    }
+    const auto offset = static_cast<uint32_t>(language.texts.size());
     language.texts.append(text);
     if (same != values.end()) {
         language.unused += same->length;
         same->offset = offset;
-        same->length = text.size();
+        same->length = static_cast<uint32_t>(text.size());
         CompactIfWasteful(language);
         return;
     }
-    values.push_back(Value{column, offset, text.size()});
+    values.push_back(Value{column, offset, static_cast<uint32_t>(text.size())});
 }
 
 void CValueCacheLoc::CompactIfWasteful(Language& language) {
@@ -93,7 +102,7 @@ void CValueCacheLoc::CompactIfWasteful(Language& language) {
     WideString texts;
     texts.reserve(language.texts.size() - language.unused);
     for (Value& value : language.values) {
-        const size_t offset = texts.size();
+        const auto offset = static_cast<uint32_t>(texts.size());
         texts.append(language.texts, value.offset, value.length);
         value.offset = offset;
     }
@@ -103,7 +112,10 @@ void CValueCacheLoc::CompactIfWasteful(Language& language) {
 
 void CValueCacheLoc::StoreValue(std::wstring_view columnId, std::wstring_view language,
                                 std::wstring_view value) {
-    StoreIn(LanguageEntry(language), columnId, value);
+    Language& entry = LanguageEntry(language);
+    StoreIn(entry, columnId, value);
+    if (entry.values.empty()) // only a value too long to keep gets here
+        m_languages.erase(FindLanguage(language));
     MarkOwnerDirty();
 }
 

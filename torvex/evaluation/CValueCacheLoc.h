@@ -4,6 +4,7 @@
 #include "torvex/evaluation/CValueCache.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -59,9 +60,11 @@ public:
 private:
     struct Value {
         const WideString* column; // pooled
-        size_t offset;            // of the characters in the language's texts
-        size_t length;
+        uint32_t offset;          // of the characters in the language's texts
+        uint32_t length;
     };
+    // The longest the texts of one language may grow.
+    static constexpr size_t kMaxTexts = UINT32_MAX;
     struct Language {
         const WideString* name;    // pooled
         std::vector<Value> values; // in the order they were stored
