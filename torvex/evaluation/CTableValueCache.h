@@ -90,7 +90,7 @@ private:
     // GetRowCache by view: a hit on the memo or the map copies no key.
     CValueCacheLoc* RowCache(std::wstring_view rowId, bool create);
 
-    CCacheKeyPool m_keys; // the rows point into it, so it goes after them
+    CCacheKeyPool m_keys; // declared before the rows, which point into it: it outlives them
     // Hashed, so that a lookup walks no tree of row ids; Save still writes the rows in id order.
     // The row caches live in the map's nodes, which never move.
     std::unordered_map<WideString, CValueCacheLoc, TextHash, std::equal_to<>> m_rows;
