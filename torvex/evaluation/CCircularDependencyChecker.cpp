@@ -18,15 +18,7 @@ void FormatKey(WideString& key, const WideString& rowId, const WideString& colum
 CCircularDependencyChecker::CCircularDependencyChecker(const WideString& rowId,
                                                        const WideString& columnId,
                                                        std::set<WideString>* inProgress)
-    : m_inProgress(inProgress) {
-    if (!m_inProgress)
-        return;
-    WideString key;
-    FormatKey(key, rowId, columnId);
-    auto [entry, inserted] = m_inProgress->insert(std::move(key));
-    m_alreadyInProgress = !inserted;
-    m_entry = entry;
-}
+    : CCircularDependencyChecker(rowId, columnId, inProgress, nullptr) {}
 
 CCircularDependencyChecker::CCircularDependencyChecker(const WideString& rowId,
                                                        const WideString& columnId,
