@@ -48,6 +48,57 @@ TEST(XmlHandles, NodesOutliveTheirParsersAndMoveBetweenDocuments) {
     EXPECT_EQ(Xml(back), L"<back><target>" + item + L"</target></back>\n");
 }
 
+// A parsed document keeps names and short texts once, for the whole document; a copied one keeps
+// its own copies. A subtree that moves takes its strings along, whatever the target keeps and
+// whichever document goes first.
+TEST(XmlHandles, MovedSubtreesKeepTheirNamesAndTextsAfterTheirSourceGoes) {
+    const WideString subtree =
+        L"<s a=\"1\" bb=\"xyz\"><e>ab</e><?pi d?><!--c--><![CDATA[x]]><f>a longer text</f></s>";
+    // The root element of a parsed document, or of a deep copy of one.
+    auto root = [](const WideString& xml, bool parsed) {
+        XMLParser parser(xml.c_str());
+        XMLNode top = parser.GetRootNode();
+        return parsed ? top : Find(top.GetParentNode().CloneNode(true), L"*");
+    };
+    struct Case {
+        const char* label;
+        bool sourceParsed;
+        bool targetParsed;
+        bool targetFirst; // the target goes before the moved subtree's handle
+    };
+    const Case cases[] = {
+        {"parsed into parsed", true, true, false},
+        {"parsed into parsed, target goes first", true, true, true},
+        {"parsed into copied", true, false, false},
+        {"copied into parsed", false, true, false},
+        {"copied into parsed, target goes first", false, true, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.label);
+        std::optional<XMLNode> target(root(L"<t><k>ab</k></t>", c.targetParsed));
+        XMLNode s = Find(root(L"<src>" + subtree + L"</src>", c.sourceParsed), L"s");
+        ASSERT_TRUE(target->AppendChild(s).IsNode()); // the source's last handle goes here
+        EXPECT_EQ(Xml(s), subtree);
+        // Replacing a kept text frees it the way its new document keeps it.
+        XMLNode text = Find(s, L"e/text()");
+        XMLNode attr = Find(s, L"@a");
+        if (c.targetFirst) {
+            target.reset();
+        }
+        EXPECT_TRUE(text.SetNodeValue(L"cd"));
+        EXPECT_TRUE(attr.SetNodeValue(L"2"));
+        const WideString edited =
+            L"<s a=\"2\" bb=\"xyz\"><e>cd</e><?pi d?><!--c--><![CDATA[x]]><f>a longer text</f></s>";
+        EXPECT_EQ(Xml(s), edited);
+        // And on into a document of the other kind, the former holders all gone.
+        XMLNode next = root(L"<n/>", !c.targetParsed);
+        ASSERT_TRUE(next.AppendChild(s).IsNode());
+        s = text = attr = XMLNode();
+        target.reset();
+        EXPECT_EQ(Xml(next), L"<n>" + edited + L"</n>");
+    }
+}
+
 // A handle anywhere in a detached subtree keeps all of it, through SetXml of its former document
 // and the loss of the other handles, until it is put back; handles on the replaced tree keep it.
 TEST(XmlHandles, ADetachedNodeIsNotLostWhileItsDocumentChanges) {

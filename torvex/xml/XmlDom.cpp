@@ -139,6 +139,39 @@ xmlNsPtr Redeclare(Document* d, xmlNodePtr root, xmlNsPtr ns) {
     return copy;
 }
 
+// A string of the node's former document's dictionary, made the new document's: interned
+// there, or a copy of its own when the new document has no dictionary. Anything else (a copy the
+// node owns, or one of libxml2's static names) stays.
+void MoveString(const xmlChar*& text, xmlDictPtr from, xmlDictPtr to) {
+    if (text == nullptr || from == nullptr || xmlDictOwns(from, text) != 1) {
+        return;
+    }
+    const xmlChar* moved = to != nullptr ? xmlDictLookup(to, text, -1) : xmlStrdup(text);
+    if (moved == nullptr) {
+        throw ComError(XmlStatus::OutOfMemory);
+    }
+    text = moved;
+}
+
+// Makes the node's strings independent of the dictionary of the document it leaves.
+void MoveStrings(xmlNodePtr node, xmlDictPtr from, xmlDictPtr to) {
+    MoveString(node->name, from, to);
+    switch (node->type) {
+    case XML_TEXT_NODE:
+    case XML_CDATA_SECTION_NODE:
+    case XML_COMMENT_NODE:
+    case XML_PI_NODE: {
+        // The content field is not const in libxml2, but it is written only through here.
+        const xmlChar* content = node->content;
+        MoveString(content, from, to);
+        node->content = const_cast<xmlChar*>(content);
+        break;
+    }
+    default:
+        break; // attributes have no content field; element content stays null
+    }
+}
+
 // Makes the subtree belong to the holder's document and gives every namespace reference that
 // is not declared inside the subtree a declaration that lives as long as the subtree.
 void Rehome(Document* d, xmlNodePtr root, bool setDoc) {
@@ -146,6 +179,10 @@ void Rehome(Document* d, xmlNodePtr root, bool setDoc) {
     std::vector<xmlNodePtr> users;
     ForEachNode(root, [&](xmlNodePtr node) {
         if (setDoc) {
+            xmlDictPtr from = node->doc != nullptr ? node->doc->dict : nullptr;
+            if (from != d->doc->dict) {
+                MoveStrings(node, from, d->doc->dict);
+            }
             node->doc = d->doc;
         }
         if (node->type == XML_ELEMENT_NODE) {

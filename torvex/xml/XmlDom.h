@@ -11,8 +11,11 @@
 //
 // Namespaces. A subtree that leaves its tree (or a copy) keeps its prefixes: a namespace it uses
 // from a declaration outside of it is declared again on its root element (an attribute on its own
-// points at a declaration the Document owns). No document has a dictionary, so nodes can move
-// between documents.
+// points at a declaration the Document owns).
+//
+// Names. A parsed document keeps its names (and short texts) in its libxml2 dictionary, which
+// lives as long as the document; detached subtrees keep their document, so they never outlive it.
+// A subtree that moves to another document takes its strings along (see Rehome).
 
 #include <libxml/globals.h>
 #include <libxml/tree.h>

@@ -18,10 +18,10 @@ const xmlChar* X(const char* text) {
     return reinterpret_cast<const xmlChar*>(text);
 }
 
-// No network, no DTD loading or validation, entities not substituted, no dictionary (nodes
-// must be able to move between documents), no messages.
-constexpr int kParseOptions = XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NODICT |
-                              XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+// No network, no DTD loading or validation, entities not substituted, no messages. Names go
+// into the document's dictionary: one copy of each, freed with the document at once.
+constexpr int kParseOptions =
+    XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
 
 void IgnoreError(void*, xmlErrorPtr) {}
 
@@ -52,7 +52,8 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
         xmlFreeDoc(doc);
         return nullptr;
     }
-    if (doc->encoding != nullptr) {
+    if (doc->encoding != nullptr &&
+        (doc->dict == nullptr || xmlDictOwns(doc->dict, doc->encoding) != 1)) {
         xmlFree(const_cast<xmlChar*>(doc->encoding));
     }
     // Content is UTF-8 inside; a named encoding also keeps the serialiser from turning
