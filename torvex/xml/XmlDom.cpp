@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -146,9 +147,12 @@ void MoveString(const xmlChar*& text, xmlDictPtr from, xmlDictPtr to) {
     if (text == nullptr || from == nullptr || xmlDictOwns(from, text) != 1) {
         return;
     }
-    const xmlChar* moved = to != nullptr ? xmlDictLookup(to, text, -1) : xmlStrdup(text);
+    const xmlChar* moved = to != nullptr ? xmlDictLookup(to, text, -1) : nullptr;
     if (moved == nullptr) {
-        throw ComError(XmlStatus::OutOfMemory);
+        moved = xmlStrdup(text); // a node may own its strings in any document
+    }
+    if (moved == nullptr) {
+        throw std::bad_alloc(); // as the standard containers of the move do
     }
     text = moved;
 }
