@@ -92,7 +92,7 @@ void CEncapFamily::InitializeData(const wchar_t* familyXml, const WideStringList
 
 void CEncapFamily::ClearData() {
     // Table columns in this map belong to the table; only the constant columns are ours.
-    m_categoryParamColumns.ForEach([](const WideString&, CEncapFamilyColumn* column) {
+    m_categoryParamColumns.ForEachStored([](const WideString&, CEncapFamilyColumn* column) {
         delete dynamic_cast<CEncapConstFamilyColumn*>(column);
     });
     m_categoryParamColumns.RemoveAll();

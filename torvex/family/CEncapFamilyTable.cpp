@@ -121,9 +121,9 @@ void CEncapFamilyTable::InitializeData() {
 }
 
 void CEncapFamilyTable::ClearData() {
-    m_columns.ForEach([](const WideString&, CEncapFamilyColumn* column) { delete column; });
+    m_columns.ForEachStored([](const WideString&, CEncapFamilyColumn* column) { delete column; });
     m_columns.RemoveAll();
-    m_rows.ForEach([](const WideString&, CEncapFamilyRow* row) { delete row; });
+    m_rows.ForEachStored([](const WideString&, CEncapFamilyRow* row) { delete row; });
     m_rows.RemoveAll();
     m_columnIds.clear();
     m_rowIds.clear();

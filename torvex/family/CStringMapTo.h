@@ -12,16 +12,15 @@
 
 #include "torvex/platform/AsciiText.h"
 #include "torvex/platform/WideString.h"
-#include "torvex/text/TextHash.h"
+#include "torvex/text/TextKeyedTable.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cwchar>
 #include <iterator>
 #include <memory>
-#include <new>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -60,10 +59,13 @@ inline uint32_t StringMapBucketOf(std::wstring_view foldedKey, uint32_t buckets)
 }
 
 template <class V, class ARG_V = const V&> class CStringMapTo {
-    struct Node {
-        Node* next;
-        uint32_t bucket;
-        WideString key;
+    // An entry of the table: the key is the folded one, and the chain links make the walk.
+    struct Linked;
+    using Table = TextKeyedTable<Linked>;
+    using Node = typename Table::Entry;
+    struct Linked {
+        Node* next = nullptr; // in its bucket's chain
+        uint32_t bucket = 0;
         V value;
     };
 
@@ -72,7 +74,6 @@ public:
     using Position = const void*;
 
     static constexpr uint32_t kBucketCount = 17;
-    static constexpr size_t kBlockSize = 10;
 
     CStringMapTo() = default;
     ~CStringMapTo() { RemoveAll(); }
@@ -80,18 +81,18 @@ public:
     CStringMapTo& operator=(const CStringMapTo&) = delete;
 
     /// Number of entries. Never fails.
-    size_t GetCount() const { return m_count; }
+    size_t GetCount() const { return m_table.Size(); }
     /// Number of entries. Never fails.
-    size_t GetSize() const { return m_count; }
+    size_t GetSize() const { return m_table.Size(); }
     /// True when there is no entry. Never fails.
-    bool IsEmpty() const { return m_count == 0; }
+    bool IsEmpty() const { return m_table.Empty(); }
 
     /// Enters or overwrites the value under the folded key; an overwritten value is not
     /// released. A null key counts as the empty string. Fails only by running out of memory.
     void SetAt(const wchar_t* key, ARG_V value) {
         WideString folded = FoldMapKey(key);
         if (Node* node = Find(folded))
-            node->value = value;
+            node->value.value = value;
         else
             Insert(std::move(folded), value);
     }
@@ -103,8 +104,8 @@ public:
     V& operator[](const wchar_t* key) {
         WideString folded = FoldMapKey(key);
         if (Node* node = Find(folded))
-            return node->value;
-        return Insert(std::move(folded), V())->value;
+            return node->value.value;
+        return Insert(std::move(folded), V())->value.value;
     }
     /// See the other form.
     V& operator[](const WideString& key) { return (*this)[key.c_str()]; }
@@ -115,7 +116,7 @@ public:
             WithFoldedKey(key, [this](std::wstring_view folded) { return Find(folded); });
         if (!node)
             return false;
-        out = node->value;
+        out = node->value.value;
         return true;
     }
     /// See the other form.
@@ -124,17 +125,14 @@ public:
     /// Removes the entry; false when there was none. The value is not released.
     bool RemoveKey(const wchar_t* key) {
         const WideString folded = FoldMapKey(key);
-        auto found = m_index.find(std::wstring_view(folded));
-        if (found == m_index.end())
+        Node* node = Find(folded);
+        if (!node)
             return false;
-        Node* node = found->second;
-        m_index.erase(found);
-        Node** link = &m_buckets[node->bucket];
+        Node** link = &m_buckets[node->value.bucket];
         while (*link != node)
-            link = &(*link)->next;
-        *link = node->next;
-        FreeNode(node);
-        --m_count;
+            link = &(*link)->value.next;
+        *link = node->value.next;
+        m_table.Erase(node);
         return true;
     }
     /// See the other form.
@@ -142,19 +140,9 @@ public:
 
     /// Drops every entry and the bucket array; pointed-to objects are not released.
     void RemoveAll() {
-        for (Node* head : m_buckets) {
-            while (head) {
-                Node* next = head->next;
-                head->~Node();
-                head = next;
-            }
-        }
         m_buckets.clear();
         m_buckets.shrink_to_fit();
-        m_index.clear();
-        m_blocks.clear();
-        m_free = nullptr;
-        m_count = 0;
+        m_table.Clear(); // entry after entry in memory, not chain after chain
     }
 
     /// Start of a walk; null for an empty map.
@@ -166,23 +154,26 @@ public:
     void GetNextAssoc(Position& pos, WideString& key, V& value) const {
         const Node* node = static_cast<const Node*>(pos);
         key = node->key;
-        value = node->value;
-        pos = node->next ? node->next : FirstInBucketFrom(node->bucket + 1);
+        value = node->value.value;
+        pos = node->value.next ? node->value.next : FirstInBucketFrom(node->value.bucket + 1);
     }
 
     /// Calls fn(foldedKey, value) for each entry in walk order. fn must not change the map.
     template <class F> void ForEach(F&& fn) const {
         for (const Node* head : m_buckets) {
-            for (const Node* node = head; node; node = node->next)
-                fn(node->key, node->value);
+            for (const Node* node = head; node; node = node->value.next)
+                fn(node->key, node->value.value);
         }
     }
 
-private:
-    struct alignas(Node) Storage {
-        unsigned char bytes[sizeof(Node)];
-    };
+    /// Calls fn(foldedKey, value) for each entry in the order they lie in memory, which is
+    /// faster than the walk order on a large map (owners deleting what the values point to).
+    /// fn must not change the map.
+    template <class F> void ForEachStored(F&& fn) const {
+        m_table.ForEach([&fn](const Node& node) { fn(node.key, node.value.value); });
+    }
 
+private:
     // Calls fn with the key folded as the map folds it; a short key is folded on the stack, so a
     // lookup allocates nothing.
     template <class F> static auto WithFoldedKey(const wchar_t* key, F&& fn) {
@@ -199,23 +190,16 @@ private:
             folded[i] = platform::AsciiUpper(text[i]);
         return fn(std::wstring_view(folded, length));
     }
-    Node* Find(std::wstring_view folded) const {
-        if (m_count == 0)
-            return nullptr;
-        auto found = m_index.find(std::wstring_view(folded));
-        return found == m_index.end() ? nullptr : found->second;
-    }
+    Node* Find(std::wstring_view folded) const { return m_table.Find(folded); }
 
     // A new node at the head of its bucket's chain.
     Node* Insert(WideString&& folded, ARG_V value) {
         if (m_buckets.empty())
             m_buckets.assign(kBucketCount, nullptr);
         const uint32_t bucket = StringMapBucketOf(folded, kBucketCount);
-        Node* node = NewNode(std::move(folded), value, bucket);
-        node->next = m_buckets[bucket];
+        Node* node =
+            m_table.TryEmplace(std::move(folded), Linked{m_buckets[bucket], bucket, value}).first;
         m_buckets[bucket] = node;
-        m_index.emplace(std::wstring_view(node->key), node);
-        ++m_count;
         return node;
     }
 
@@ -227,35 +211,8 @@ private:
         return nullptr;
     }
 
-    // Nodes are drawn from blocks of ten; a freed node goes back to the free list.
-    Node* NewNode(WideString&& key, ARG_V value, uint32_t bucket) {
-        if (!m_free) {
-            m_blocks.push_back(std::make_unique<Storage[]>(kBlockSize));
-            Storage* block = m_blocks.back().get();
-            for (size_t i = kBlockSize; i-- > 0;)
-                m_free = new (static_cast<void*>(&block[i])) FreeSlot{m_free};
-        }
-        FreeSlot* slot = m_free;
-        m_free = slot->next;
-        slot->~FreeSlot();
-        return new (static_cast<void*>(slot)) Node{nullptr, bucket, std::move(key), value};
-    }
-
-    void FreeNode(Node* node) {
-        node->~Node();
-        m_free = new (static_cast<void*>(node)) FreeSlot{m_free};
-    }
-
-    struct FreeSlot {
-        FreeSlot* next;
-    };
-    static_assert(sizeof(FreeSlot) <= sizeof(Node));
-
     std::vector<Node*> m_buckets;
-    std::unordered_map<std::wstring_view, Node*, TextHash> m_index;
-    std::vector<std::unique_ptr<Storage[]>> m_blocks;
-    FreeSlot* m_free = nullptr;
-    size_t m_count = 0;
+    Table m_table;
 };
 
 } // namespace torvex
