@@ -45,15 +45,14 @@ CValueCacheLoc* CTableValueCache::RowCache(std::wstring_view rowId, bool create)
     // A column walks its cells row by row, so the last row looked up is remembered.
     if (rowId == m_lastRowId)
         return m_lastRowCache;
-    auto row = m_rows.find(rowId);
-    if (row != m_rows.end()) {
+    if (auto* row = m_rows.Find(rowId)) {
         m_lastRowId = rowId;
-        m_lastRowCache = &row->second;
+        m_lastRowCache = &row->value;
         return m_lastRowCache;
     }
     if (!create)
         return nullptr;
-    CValueCacheLoc* created = &m_rows.try_emplace(WideString(rowId), this).first->second;
+    CValueCacheLoc* created = &m_rows.TryEmplace(WideString(rowId), this).first->value;
     m_lastRowId = rowId;
     m_lastRowCache = created;
     m_dirty = true;
@@ -101,24 +100,23 @@ void CTableValueCache::ClearColumnInRow(const WideString& rowId, const WideStrin
 }
 
 void CTableValueCache::ClearColumn(const WideString& columnId) {
-    for (auto& row : m_rows)
-        row.second.ClearColumn(columnId);
+    m_rows.ForEach([&](auto& row) { row.value.ClearColumn(columnId); });
 }
 
 void CTableValueCache::DropRow(const WideString& rowId) {
-    auto row = m_rows.find(rowId);
-    if (row == m_rows.end())
+    auto* row = m_rows.Find(rowId);
+    if (!row)
         return;
-    if (&row->second == m_lastRowCache) {
+    if (&row->value == m_lastRowCache) {
         m_lastRowId.clear();
         m_lastRowCache = nullptr;
     }
-    m_rows.erase(row);
+    m_rows.Erase(row);
     m_dirty = true;
 }
 
 void CTableValueCache::Clear() {
-    m_rows.clear();
+    m_rows.Clear();
     m_keys.Clear();
     m_keyColumnIndexes.clear();
     m_lastLanguage.clear();
@@ -196,7 +194,9 @@ bool CTableValueCache::Load() {
             if (result == -1)
                 return false;
             // A row id met twice: the later record wins.
-            m_rows.insert_or_assign(std::move(rowId), std::move(cache));
+            auto [row, made] = m_rows.TryEmplace(std::move(rowId), std::move(cache));
+            if (!made)
+                row->value = std::move(cache);
             if (result == 0)
                 return false;
         }
@@ -208,7 +208,7 @@ bool CTableValueCache::Load() {
 }
 
 void CTableValueCache::Save(const WideStringList& columnIds) {
-    if (m_filePath.empty() || m_rows.empty() || !m_dirty)
+    if (m_filePath.empty() || m_rows.Empty() || !m_dirty)
         return;
     try {
         CCacheArchive archive = CCacheArchive::OpenForWriting(m_filePath);
@@ -234,16 +234,15 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
             archive.WriteString(entry.second);
 
         // Rows in id order, so that the same cache always gives the same file.
-        std::vector<decltype(m_rows)::value_type*> rows;
-        rows.reserve(m_rows.size());
-        for (auto& row : m_rows)
-            rows.push_back(&row);
+        std::vector<TextKeyedTable<CValueCacheLoc>::Entry*> rows;
+        rows.reserve(m_rows.Size());
+        m_rows.ForEach([&](auto& row) { rows.push_back(&row); });
         std::sort(rows.begin(), rows.end(),
-                  [](const auto* a, const auto* b) { return a->first < b->first; });
+                  [](const auto* a, const auto* b) { return a->key < b->key; });
         archive.WriteInt32(static_cast<int32_t>(rows.size()));
         for (auto* row : rows) {
-            archive.WriteString(row->first);
-            row->second.Save(archive);
+            archive.WriteString(row->key);
+            row->value.Save(archive);
         }
         archive.Close();
     } catch (...) {

@@ -5,7 +5,7 @@
 #include "torvex/evaluation/CCacheKeyPool.h"
 #include "torvex/evaluation/CValueCacheLoc.h"
 #include "torvex/platform/WideString.h"
-#include "torvex/text/TextHash.h"
+#include "torvex/text/TextKeyedTable.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -70,7 +70,7 @@ public:
     /// True when something changed since the load.
     bool IsDirty() const { return m_dirty; }
     /// Number of row caches.
-    size_t GetRowCount() const { return m_rows.size(); }
+    size_t GetRowCount() const { return m_rows.Size(); }
     /// Index of a language in the file's language table; -1 when it has none.
     int GetLanguageIndex(const WideString& language) const;
     /// Index of a column in the column table of the last save; -1 when it has none.
@@ -92,8 +92,8 @@ private:
 
     CCacheKeyPool m_keys; // declared before the rows, which point into it: it outlives them
     // Hashed, so that a lookup walks no tree of row ids; Save still writes the rows in id order.
-    // The row caches live in the map's nodes, which never move.
-    std::unordered_map<WideString, CValueCacheLoc, TextHash, std::equal_to<>> m_rows;
+    // The row caches never move, and lie in the order they were made.
+    TextKeyedTable<CValueCacheLoc> m_rows;
     std::map<WideString, uint16_t, std::less<>> m_languageIndexes;
     std::map<WideString, uint16_t> m_columnIndexes;
     WideStringList m_columnNames;
