@@ -4,11 +4,12 @@
 // walk order is that of a plain chained table of 17 buckets: bucket after bucket, and within a
 // bucket the newest entry first, since a new node goes to the head of its bucket's chain. That
 // order is visible to callers (the first column of a kind, the key columns, the dependency
-// build), so it is kept exactly; a hash index beside the chains serves the lookups, so that a
-// table of many thousand rows does not walk a long chain per lookup.
+// build), so it is kept exactly. The entries themselves sit in a TextKeyedTable, whose index
+// serves the lookups (a table of many thousand rows walks no long chain per lookup) and whose
+// memory order serves ForEachStored and RemoveAll.
 //
-// The map never owns what its values point to: owners walk the map and delete before
-// RemoveAll.
+// The map never owns what its values point to: owners walk the map (ForEachStored is the fast
+// walk) and delete before RemoveAll.
 
 #include "torvex/platform/AsciiText.h"
 #include "torvex/platform/WideString.h"
