@@ -3,7 +3,6 @@
 #include "torvex/platform/Files.h"
 #include "torvex/platform/Utf16.h"
 
-#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -13,6 +12,8 @@ namespace {
 
 // The writer hands the file whole blocks of this size, as the file has always been written.
 constexpr size_t kBufferSize = 4096;
+// What the C library's file buffer hands the system at once: a large file in few writes.
+constexpr size_t kSystemWriteSize = size_t{1} << 18;
 
 // Markers of the string form: a length byte of 0xFF announces a 16-bit length; the word 0xFFFE
 // in that place is the tag of a wide string, the word 0xFFFF announces a 32-bit length.
@@ -27,6 +28,9 @@ CCacheArchive::CCacheArchive(std::string bytes) : m_loading(true), m_data(std::m
 CCacheArchive CCacheArchive::OpenForWriting(const WideString& path) {
     CCacheArchive archive;
     archive.m_file = std::fopen(platform::NativePath(path).c_str(), "wb");
+    // The blocks go on to the system in larger writes; a failure here only costs speed.
+    if (archive.m_file)
+        std::setvbuf(archive.m_file, nullptr, _IOFBF, kSystemWriteSize);
     archive.m_data.reserve(kBufferSize);
     return archive;
 }
@@ -136,6 +140,10 @@ void CCacheArchive::Put(const void* bytes, size_t count) {
     if (m_loading || !m_file)
         throw Failure("the cache file is not open for writing");
     const char* p = static_cast<const char*>(bytes);
+    if (count < kBufferSize - m_data.size()) { // the usual case: it fits and leaves room
+        m_data.append(p, count);
+        return;
+    }
     while (count > 0) {
         size_t room = kBufferSize - m_data.size();
         size_t n = count < room ? count : room;
@@ -169,30 +177,46 @@ void CCacheArchive::WriteInt32(int32_t value) {
 }
 
 void CCacheArchive::WriteString(std::wstring_view text) {
-    std::u16string units = platform::ToUtf16(text);
-    if (units.size() > 0xFFFFFFFEu)
+    // UTF-16 as the file has it: a character outside the basic plane takes two units, and one
+    // that is no Unicode scalar value is written as U+FFFD.
+    const size_t length = platform::Utf16Length(text);
+    if (length > 0xFFFFFFFEu)
         throw Failure("text too long for the cache file");
-    const size_t length = units.size();
 
-    WriteByte(kLongerLength);
-    WriteUInt16(kWideTag);
+    // The marker, the length and the units go out through a small block on the stack, low byte
+    // first: a short string is one Put.
+    unsigned char block[512];
+    size_t used = 0;
+    auto byte = [&](unsigned value) { block[used++] = static_cast<unsigned char>(value & 0xFF); };
+    auto word = [&](unsigned value) {
+        byte(value);
+        byte(value >> 8);
+    };
+    byte(kLongerLength);
+    word(kWideTag);
     if (length < kLongerLength) {
-        WriteByte(static_cast<uint8_t>(length));
+        byte(static_cast<unsigned>(length));
     } else if (length < kWideTag) {
-        WriteByte(kLongerLength);
-        WriteUInt16(static_cast<uint16_t>(length));
+        byte(kLongerLength);
+        word(static_cast<unsigned>(length));
     } else {
-        WriteByte(kLongerLength);
-        WriteUInt16(kLength32);
-        WriteUInt32(static_cast<uint32_t>(length));
+        byte(kLongerLength);
+        word(kLength32);
+        word(static_cast<unsigned>(length & 0xFFFF));
+        word(static_cast<unsigned>(length >> 16));
     }
-    if constexpr (std::endian::native == std::endian::little) {
-        // The units in memory already are the file's bytes: one copy for the whole text.
-        Put(units.data(), units.size() * sizeof(char16_t));
-    } else {
-        for (char16_t unit : units)
-            WriteUInt16(static_cast<uint16_t>(unit));
+    for (wchar_t w : text) {
+        if (used + 4 > sizeof block) {
+            Put(block, used);
+            used = 0;
+        }
+        char16_t units[2];
+        const size_t count = platform::EncodeUtf16(w, units);
+        word(units[0]);
+        if (count == 2)
+            word(units[1]);
     }
+    Put(block, used);
 }
 
 void CCacheArchive::Close() {

@@ -97,16 +97,8 @@ std::u16string ToUtf16(std::wstring_view text) {
     std::u16string out;
     out.reserve(text.size());
     for (wchar_t w : text) {
-        char32_t c = static_cast<char32_t>(w);
-        if (!IsScalar(c))
-            c = kReplacement;
-        if (c < 0x10000) {
-            out.push_back(static_cast<char16_t>(c));
-        } else {
-            c -= 0x10000;
-            out.push_back(static_cast<char16_t>(0xD800 + (c >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
-        }
+        char16_t units[2];
+        out.append(units, EncodeUtf16(w, units));
     }
     return out;
 }

@@ -2,6 +2,7 @@
 // Conversions between the library's wide text (UTF-32 wchar_t on Linux), UTF-8 and UTF-16.
 // Invalid input never fails: an unpaired surrogate or a bad byte becomes U+FFFD.
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -17,5 +18,20 @@ std::u16string ToUtf16(std::wstring_view text);
 std::wstring FromUtf16(std::u16string_view units);
 /// Number of UTF-16 code units that ToUtf16(text) would give.
 size_t Utf16Length(std::wstring_view text);
+/// The one or two UTF-16 code units of a character, written to `out`; their count. Never fails
+/// (an invalid code point gives U+FFFD).
+inline size_t EncodeUtf16(wchar_t character, char16_t out[2]) {
+    char32_t c = static_cast<char32_t>(character);
+    if (c >= 0x110000 || (c >= 0xD800 && c <= 0xDFFF))
+        c = 0xFFFD;
+    if (c < 0x10000) {
+        out[0] = static_cast<char16_t>(c);
+        return 1;
+    }
+    c -= 0x10000;
+    out[0] = static_cast<char16_t>(0xD800 + (c >> 10));
+    out[1] = static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+    return 2;
+}
 
 } // namespace torvex::platform
