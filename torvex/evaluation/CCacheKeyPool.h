@@ -30,6 +30,11 @@ public:
     }
     /// Number of pooled texts.
     size_t GetSize() const { return m_keys.size(); }
+    /// Calls fn(const WideString*) for each pooled text, in no particular order.
+    template <class F> void ForEach(F&& fn) const {
+        for (const WideString& key : m_keys)
+            fn(&key);
+    }
 
 private:
     std::unordered_set<WideString, TextHash, std::equal_to<>> m_keys;

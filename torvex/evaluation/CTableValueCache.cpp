@@ -118,7 +118,7 @@ void CTableValueCache::DropRow(const WideString& rowId) {
 void CTableValueCache::Clear() {
     m_rows.Clear();
     m_keys.Clear();
-    m_keyColumnIndexes.clear();
+    m_keyOrders.clear();
     m_lastLanguage.clear();
     m_lastRowId.clear();
     m_lastRowCache = nullptr;
@@ -146,11 +146,9 @@ int CTableValueCache::GetColumnIndex(const WideString& columnId) const {
     return found == m_columnIndexes.end() ? -1 : found->second;
 }
 
-int CTableValueCache::GetColumnIndexOfKey(const WideString* key) {
-    auto [entry, added] = m_keyColumnIndexes.try_emplace(key, 0);
-    if (added)
-        entry->second = GetColumnIndex(*key);
-    return entry->second;
+CTableValueCache::KeyOrder CTableValueCache::GetKeyOrder(const WideString* key) const {
+    auto found = m_keyOrders.find(key);
+    return found != m_keyOrders.end() ? found->second : KeyOrder{GetColumnIndex(*key), UINT32_MAX};
 }
 
 bool CTableValueCache::Load() {
@@ -219,12 +217,23 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
         // The column table: position in it is the column index the rows refer to.
         archive.WriteUInt16(static_cast<uint16_t>(columnIds.size()));
         m_columnIndexes.clear();
-        m_keyColumnIndexes.clear();
+        m_keyOrders.clear();
         uint16_t counter = 0;
         for (const WideString& columnId : columnIds) {
             m_columnIndexes[columnId] = counter++;
             archive.WriteString(columnId);
         }
+        // A row lists its values by column id: each pooled key gets its rank in text order
+        // once, so that a row sorts by number.
+        std::vector<const WideString*> keys;
+        keys.reserve(m_keys.GetSize());
+        m_keys.ForEach([&](const WideString* key) { keys.push_back(key); });
+        std::sort(keys.begin(), keys.end(),
+                  [](const WideString* a, const WideString* b) { return *a < *b; });
+        m_keyOrders.clear();
+        m_keyOrders.reserve(keys.size());
+        for (uint32_t rank = 0; rank < keys.size(); ++rank)
+            m_keyOrders[keys[rank]] = KeyOrder{GetColumnIndex(*keys[rank]), rank};
 
         std::map<uint16_t, WideString> languagesByIndex;
         for (const auto& [language, index] : m_languageIndexes)
@@ -233,15 +242,27 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
         for (const auto& entry : languagesByIndex)
             archive.WriteString(entry.second);
 
-        // Rows in id order, so that the same cache always gives the same file.
-        std::vector<TextKeyedTable<CValueCacheLoc>::Entry*> rows;
+        // Rows in id order, so that the same cache always gives the same file. The ids are
+        // sorted as copies side by side: comparing them where they lie, all over the heap, made
+        // sorting a large table grow much faster than its rows.
+        using Row = TextKeyedTable<CValueCacheLoc>::Entry;
+        size_t idsLength = 0;
+        m_rows.ForEach([&](const Row& row) { idsLength += row.key.size(); });
+        WideString ids;
+        ids.reserve(idsLength);
+        m_rows.ForEach([&](const Row& row) { ids += row.key; });
+        std::vector<std::pair<std::wstring_view, Row*>> rows;
         rows.reserve(m_rows.Size());
-        m_rows.ForEach([&](auto& row) { rows.push_back(&row); });
+        size_t offset = 0;
+        m_rows.ForEach([&](Row& row) {
+            rows.emplace_back(std::wstring_view(ids).substr(offset, row.key.size()), &row);
+            offset += row.key.size();
+        });
         std::sort(rows.begin(), rows.end(),
-                  [](const auto* a, const auto* b) { return a->key < b->key; });
+                  [](const auto& a, const auto& b) { return a.first < b.first; });
         archive.WriteInt32(static_cast<int32_t>(rows.size()));
-        for (auto* row : rows) {
-            archive.WriteString(row->key);
+        for (const auto& [id, row] : rows) {
+            archive.WriteString(id);
             row->value.Save(archive);
         }
         archive.Close();

@@ -75,9 +75,15 @@ public:
     int GetLanguageIndex(const WideString& language) const;
     /// Index of a column in the column table of the last save; -1 when it has none.
     int GetColumnIndex(const WideString& columnId) const;
-    /// GetColumnIndex for a key of the key pool, looked up by address after the first time;
-    /// -1 when the column has no index. The addresses are forgotten at each save.
-    int GetColumnIndexOfKey(const WideString* key);
+    /// Where a key of the key pool stands while the cache is saved: the index of its column
+    /// (-1 when it has none) and its place among all pooled keys in text order.
+    struct KeyOrder {
+        int columnIndex = -1;
+        uint32_t rank = 0;
+    };
+    /// The KeyOrder of a pooled key, looked up by address; a key that was not pooled when Save
+    /// began gets its column index by text and the last rank. Never fails.
+    KeyOrder GetKeyOrder(const WideString* key) const;
     /// Column ids read from the file, by index; empty before a load.
     const WideStringList& GetColumnNames() const { return m_columnNames; }
     /// Languages read from the file, by index; empty before a load.
@@ -103,7 +109,7 @@ private:
     WideString m_lastRowId;
     CValueCacheLoc* m_lastRowCache = nullptr;
     WideString m_lastLanguage; // the language SetValue entered last
-    std::unordered_map<const WideString*, int> m_keyColumnIndexes; // GetColumnIndexOfKey
+    std::unordered_map<const WideString*, KeyOrder> m_keyOrders; // made by each Save
 };
 
 } // namespace torvex

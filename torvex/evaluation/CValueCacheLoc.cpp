@@ -235,18 +235,26 @@ int CValueCacheLoc::Save(CCacheArchive& archive) {
     for (const Language& language : m_languages) {
         archive.WriteUInt16(FileIndex(m_owner ? m_owner->GetLanguageIndex(*language.name) : -1));
         // Values are kept in the order they came; the file lists them by column id.
-        std::vector<const Value*> ordered;
+        struct Ordered {
+            CTableValueCache::KeyOrder order;
+            const Value* value;
+        };
+        std::vector<Ordered> ordered;
         ordered.reserve(language.values.size());
         for (const Value& value : language.values)
-            ordered.push_back(&value);
-        std::sort(ordered.begin(), ordered.end(),
-                  [](const Value* a, const Value* b) { return *a->column < *b->column; });
+            ordered.push_back({m_owner ? m_owner->GetKeyOrder(value.column)
+                                       : CTableValueCache::KeyOrder{-1, UINT32_MAX},
+                               &value});
+        std::sort(ordered.begin(), ordered.end(), [](const Ordered& a, const Ordered& b) {
+            if (a.order.rank != b.order.rank)
+                return a.order.rank < b.order.rank;
+            return *a.value->column < *b.value->column; // keys that are not pooled
+        });
         archive.WriteInt32(static_cast<int32_t>(ordered.size()));
-        for (const Value* value : ordered) {
-            archive.WriteUInt16(
-                FileIndex(m_owner ? m_owner->GetColumnIndexOfKey(value->column) : -1));
+        for (const Ordered& entry : ordered) {
+            archive.WriteUInt16(FileIndex(entry.order.columnIndex));
             archive.WriteString(
-                std::wstring_view(language.texts).substr(value->offset, value->length));
+                std::wstring_view(language.texts).substr(entry.value->offset, entry.value->length));
         }
     }
     return 1;
