@@ -91,23 +91,16 @@ public:
     /// Enters or overwrites the value under the folded key; an overwritten value is not
     /// released. A null key counts as the empty string. Fails only by running out of memory.
     void SetAt(const wchar_t* key, ARG_V value) {
-        WideString folded = FoldMapKey(key);
-        if (Node* node = Find(folded))
+        auto [node, made] = Enter(FoldMapKey(key), value);
+        if (!made)
             node->value.value = value;
-        else
-            Insert(std::move(folded), value);
     }
     /// Enters or overwrites; see the other form.
     void SetAt(const WideString& key, ARG_V value) { SetAt(key.c_str(), value); }
 
     /// The value under the folded key, entered with a value-initialised V when absent. Fails
     /// only by running out of memory.
-    V& operator[](const wchar_t* key) {
-        WideString folded = FoldMapKey(key);
-        if (Node* node = Find(folded))
-            return node->value.value;
-        return Insert(std::move(folded), V())->value.value;
-    }
+    V& operator[](const wchar_t* key) { return Enter(FoldMapKey(key), V()).first->value.value; }
     /// See the other form.
     V& operator[](const WideString& key) { return (*this)[key.c_str()]; }
 
@@ -193,15 +186,17 @@ private:
     }
     Node* Find(std::wstring_view folded) const { return m_table.Find(folded); }
 
-    // A new node at the head of its bucket's chain.
-    Node* Insert(WideString&& folded, ARG_V value) {
+    // The node of the folded key and false; or a new node with `value`, at the head of its
+    // bucket's chain, and true. One lookup either way.
+    std::pair<Node*, bool> Enter(WideString&& folded, ARG_V value) {
         if (m_buckets.empty())
             m_buckets.assign(kBucketCount, nullptr);
         const uint32_t bucket = StringMapBucketOf(folded, kBucketCount);
-        Node* node =
-            m_table.TryEmplace(std::move(folded), Linked{m_buckets[bucket], bucket, value}).first;
-        m_buckets[bucket] = node;
-        return node;
+        auto entered =
+            m_table.TryEmplace(std::move(folded), Linked{m_buckets[bucket], bucket, value});
+        if (entered.second)
+            m_buckets[bucket] = entered.first;
+        return entered;
     }
 
     const Node* FirstInBucketFrom(uint32_t bucket) const {
