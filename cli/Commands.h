@@ -36,6 +36,12 @@ struct GraphOptions {
     FamilyInput input;
 };
 
+struct MappingOptions {
+    FamilyInput input;
+    std::string format = "text"; // text or json
+    size_t width = 0;            // 0: the terminal's width
+};
+
 /// `torvex show`: columns and raw rows. 0, or 1 when the family does not open.
 int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex table`: every cell evaluated. 0, 1 when the family does not open, 3 when a cell
@@ -47,5 +53,8 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex graph`: the column dependency graph as Graphviz DOT. 0, or 1 when the family does
 /// not open.
 int RunGraph(const GraphOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex mapping`: templates with their parameter trees and what each column drives. 0, or 1
+/// when the family does not open.
+int RunMapping(const MappingOptions& options, std::ostream& out, std::ostream& err);
 
 } // namespace torvex::cli

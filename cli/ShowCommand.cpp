@@ -2,6 +2,7 @@
 
 #include "Commands.h"
 
+#include "ColumnMapping.h"
 #include "FamilyFile.h"
 #include "NoExpressionProvider.h"
 #include "TablePrinter.h"
@@ -25,11 +26,13 @@ std::string ColumnFlags(const CEncapFamilyColumn& column, const WideString& form
         flags += "hidden ";
     if (column.IsStatusColumn())
         flags += "status ";
-    if (column.IsMaterial())
-        flags += "material ";
+    if (column.GetColumnType() != CEncapFamilyColumn::ColumnTypeNormal)
+        flags += ColumnKindName(column.GetColumnType()) + " ";
     if (column.IsGeometryColumn())
         flags += "geometry ";
     if (column.IsHostPropertyColumn())
+        flags += "host-property ";
+    else if (column.IsPropertyColumn() && !column.IsGeometryColumn())
         flags += "property ";
     if (column.IsLocalized())
         flags += "localized ";
@@ -76,6 +79,8 @@ int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err) {
         columnwide.push_back(formula);
     }
     columns.Print(out, width, 48);
+    out << "\nMapping (template parameters driven, category parameters borne):\n";
+    PrintColumnMappings(DescribeColumns(*family), width, out);
 
     std::vector<std::string> header{"#"};
     for (const WideString& id : ids)

@@ -57,6 +57,16 @@ int main(int argc, char** argv) {
         "graph", "Print the column dependency graph in Graphviz DOT (render with dot -Tsvg)");
     AddFamilyOptions(graphCommand, graph.input, false);
 
+    MappingOptions mapping;
+    CLI::App* mappingCommand = app.add_subcommand(
+        "mapping", "Print a family's templates with their parameter trees, and what each column "
+                   "drives and bears");
+    AddFamilyOptions(mappingCommand, mapping.input, false);
+    mappingCommand->add_option("--format,-f", mapping.format, "Output format")
+        ->check(CLI::IsMember({"text", "json"}));
+    mappingCommand->add_option("--width,-w", mapping.width,
+                               "Width of text output in characters (default: the terminal's)");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -73,6 +83,8 @@ int main(int argc, char** argv) {
             return RunCheck(check, std::cout, std::cerr);
         if (graphCommand->parsed())
             return RunGraph(graph, std::cout, std::cerr);
+        if (mappingCommand->parsed())
+            return RunMapping(mapping, std::cout, std::cerr);
     } catch (const std::exception& e) {
         std::cerr << "torvex: " << e.what() << '\n';
         return kExitFailed;

@@ -6,7 +6,7 @@ packages=(
   cmake ninja-build g++ clang pkg-config locales python3
   libxml2-dev libxml2-utils
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libcli11-dev libmuparser-dev libudunits2-dev
+  libcli11-dev libmuparser-dev libudunits2-dev nlohmann-json3-dev
 )
 
 missing=()

@@ -88,6 +88,7 @@ void CEncapFamily::InitializeData(const wchar_t* familyXml, const WideStringList
     XMLNode tableNode;
     root.GetChildNode(FamilyNames::ElemFamilyTable, tableNode);
     m_table = new CEncapFamilyTable(tableNode, this, cacheFolder);
+    m_mapping->EndOfLoad();
 }
 
 void CEncapFamily::ClearData() {
@@ -125,6 +126,14 @@ bool CEncapFamily::GetStringsFamilyXML(int index, XMLParser& out) const {
 
 bool CEncapFamily::IsFamilyColumnLocalized(const wchar_t* columnId) const {
     return m_mapping && m_mapping->IsFamilyColumnLocalized(columnId);
+}
+
+bool CEncapFamily::IsCatParamLocalized(const wchar_t* name) const {
+    XMLNode parameter;
+    bool localized = false;
+    if (name && m_categoryParameters.Lookup(name, parameter))
+        parameter.GetStrBoolProperty(FamilyNames::AttrValueLocalized, localized);
+    return localized;
 }
 
 bool CEncapFamily::GetColumnCategory(const wchar_t* columnId, WideString& parameter) {

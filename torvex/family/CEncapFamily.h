@@ -61,6 +61,9 @@ public:
     /// Whether the column's texts depend on the language: false without a mapping, else the
     /// mapping's answer.
     bool IsFamilyColumnLocalized(const wchar_t* columnId) const;
+    /// Whether the category parameter of that name (ignoring case) has ValueLocalized "true"
+    /// (any case); false for an unknown name or a missing attribute.
+    bool IsCatParamLocalized(const wchar_t* name) const;
     /// The category parameter that the column bears: false without a mapping, else the
     /// mapping's answer.
     bool GetColumnCategory(const wchar_t* columnId, WideString& parameter);

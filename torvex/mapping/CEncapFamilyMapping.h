@@ -1,31 +1,64 @@
 #pragma once
-// The index of a family's mapping trees (FamilyTemplates and ParameterMap): which template
-// parameters a column drives and which category parameters it bears.
+// The index of a family's two mapping trees, FamilyTemplates and ParameterMap: which templates
+// the family has, which template parameters each column drives and which category parameters
+// it bears, and whether a column's texts depend on the language. At load it sets each column's
+// geometry, host-property and property flags from the parameters the column drives.
 //
-// Not built yet: this version keeps the two nodes and the family and answers every lookup with
-// "nothing": no column has a category parameter, none is localized by its parameters, and the
-// load sets no column flags.
+// The index is built once, at load; the lookups by column id and template name ignore case
+// (CStringMapTo), the XPath lookups compare exactly unless said otherwise. Lookups report
+// absence with null or false; nothing throws but the XML layer's ComError.
 
+#include "torvex/family/CEncapFamilyColIPropertyData.h"
+#include "torvex/family/CStringMapTo.h"
 #include "torvex/platform/WideString.h"
 #include "torvex/xml/XMLNode.h"
+
+#include <map>
+#include <memory>
 
 namespace torvex {
 
 class CEncapFamily;
 class CEncapFamilyColumn;
+class CEncapFamilyTemplate;
+class CEncapMemberColToParam;
+class CEncapMemberColToTemplate;
 
-/// Owned by its family, which builds it at load before the table.
+/// Owned by its family, which builds it at load before the table. Owns its templates and member
+/// column maps. Not copyable.
 class CEncapFamilyMapping {
 public:
-    /// No nodes, no family. Never fails.
+    /// No nodes, no family, every lookup finds nothing. Never fails.
     CEncapFamilyMapping();
-    /// Keeps the nodes (either may be empty) and the family. Never fails.
+    /// Keeps the nodes (either may be empty) and the family (may be null) and loads the
+    /// templates and member column maps. Never fails.
     CEncapFamilyMapping(const XMLNode& familyTemplates, const XMLNode& parameterMap,
                         CEncapFamily* family);
+    /// ClearData.
     virtual ~CEncapFamilyMapping();
     CEncapFamilyMapping(const CEncapFamilyMapping&) = delete;
     CEncapFamilyMapping& operator=(const CEncapFamilyMapping&) = delete;
 
+    /// The template of that name (ignoring case); null when unknown or for a null name.
+    CEncapFamilyTemplate* GetFamilyTemplate(const wchar_t* name) const;
+    /// FileName of the first template in the list; `name` untouched when there is none.
+    void GetTemplateFileName(WideString& name) const;
+    /// A new binding (the caller owns it) of key, sub-object and type; null when both texts are
+    /// empty, and null when a column already drives that host property.
+    CEncapFamilyColIPropertyData*
+    GetColIPropertyData(const wchar_t* objectRefKey, const wchar_t* subObjectId,
+                        CEncapFamilyColIPropertyData::ColPropertyObjectType type);
+    /// Whether a column drives the first top-level parameter of any template bound to that key
+    /// and sub-object (both ignoring ASCII case); false when there is no such parameter.
+    bool IsPropertyAlreadyUsed(const wchar_t* objectRefKey, const wchar_t* subObjectId);
+
+    /// Template names in document order, then in order of addition; the first is the family's
+    /// main template.
+    const WideStringList& GetTemplateNames() const { return m_templateNames; }
+    /// The template parameters that the column drives (id ignoring case); null when none.
+    CEncapMemberColToTemplate* GetMemberColToTemplate(const wchar_t* columnId) const;
+    /// The category parameters that the column bears (id ignoring case); null when none.
+    CEncapMemberColToParam* GetMemberColToParam(const wchar_t* columnId) const;
     /// The FamilyTemplates node; empty when the document has none.
     const XMLNode& GetFamilyTemplatesNode() const { return m_familyTemplates; }
     /// The ParameterMap node; empty when the document has none.
@@ -35,19 +68,45 @@ public:
 
 private:
     friend class CEncapFamily;
+    friend struct CEncapFamilyMappingTestPeer; // the tests reach the private lookups
 
-    /// The first category parameter that the column bears. Not built yet: always false, with
-    /// `parameter` untouched.
+    /// Empties the maps, then loads templates, ColumnToTemplate and ParamToColumn elements.
+    void InitializeData();
+    /// Deletes templates, column-to-template and column-to-parameter objects, in that order,
+    /// and empties the maps and the name list; the localization answers stay.
+    void ClearData();
+    /// The end of the family's load: the document may change from now on, so the lookups made
+    /// for the load stop answering from the index built with it.
+    void EndOfLoad();
+
+    /// The TableColumn of the first ParamToColumn naming the parameter, compared exactly, or
+    /// failing that ignoring case; false when none does.
+    bool GetCategoryParamColumn(const wchar_t* parameter, WideString& columnId);
+    /// The first category parameter in document order that the column (compared exactly)
+    /// bears; false when it bears none.
     bool GetColumnCategory(const wchar_t* columnId, WideString& parameter);
-    /// Whether the column's texts are language-dependent. Not built yet: always false.
+    /// True when a category parameter the column bears is localized, or when it bears none and
+    /// is a visible string column. Answers are kept per id as spelled.
     bool IsFamilyColumnLocalized(const wchar_t* columnId);
-    /// Sets the column's geometry and host-property flags and its property binding from the
-    /// template parameters it drives. Not built yet: does nothing.
+    /// Sets the column's flags and binding from the template parameters it drives; nothing for
+    /// null or a column that drives none.
     void InitializeColumnData(CEncapFamilyColumn* column);
+
+    /// What the load looks up once per column, gathered in one pass over the document.
+    struct LoadIndex;
+    /// The first visible (Hidden exactly "false") Column element of that id under the document
+    /// root's FamilyTable/Columns, compared exactly; false when there is none.
+    bool FindVisibleColumn(const wchar_t* columnId, XMLNode& column);
 
     XMLNode m_familyTemplates;
     XMLNode m_parameterMap;
     CEncapFamily* m_family = nullptr;
+    CStringMapTo<CEncapFamilyTemplate*> m_templates;
+    WideStringList m_templateNames;
+    CStringMapTo<CEncapMemberColToTemplate*> m_colToTemplate;
+    CStringMapTo<CEncapMemberColToParam*> m_colToParam;
+    std::map<WideString, bool> m_localizedColumns;
+    std::unique_ptr<LoadIndex> m_loadIndex;
 };
 
 } // namespace torvex
