@@ -57,7 +57,7 @@ std::unique_ptr<CEncapFamily> OpenFamily(const FamilyInput& input,
         std::rotate(strings.begin(), match, match + 1);
     }
     auto family = std::make_unique<CEncapFamily>(familyText.c_str(), strings, nullptr,
-                                                 provider.release(), false);
+                                                 provider.release(), input.localize);
     if (!family->GetEncapFamilyTable()) {
         error = input.familyPath + " is not a family document (the XML does not parse)";
         return nullptr;

@@ -20,6 +20,8 @@ struct FamilyInput {
     std::vector<std::string> stringPaths;
     /// Language tag whose string document goes first (the actual language); empty: as given.
     std::string language;
+    /// Open the family to localize its decimal separator: numbers take the user's separator.
+    bool localize = false;
 };
 
 /// Opens the family; null with a one-line message in `error` when a file cannot be read, a

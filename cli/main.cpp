@@ -18,6 +18,13 @@ void AddFamilyOptions(CLI::App* command, torvex::cli::FamilyInput& input, bool l
                             "Language tag whose string document is the actual language");
 }
 
+// --localize, for the commands that evaluate (torvex edit, when it comes, takes it too).
+void AddLocalizeOption(CLI::App* command, torvex::cli::FamilyInput& input) {
+    command->add_flag("--localize", input.localize,
+                      "Open the family to localize its decimal separator: numbers are read and "
+                      "written with the separator of the user's locale (LC_ALL, LC_NUMERIC, LANG)");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -39,6 +46,7 @@ int main(int argc, char** argv) {
     CLI::App* tableCommand = app.add_subcommand(
         "table", "Print a family's rows with every cell evaluated by the reference host");
     AddFamilyOptions(tableCommand, table.input, true);
+    AddLocalizeOption(tableCommand, table.input);
     tableCommand->add_option("--format,-f", table.format, "Output format")
         ->check(CLI::IsMember({"text", "csv", "json"}));
     tableCommand->add_flag("--raw", table.raw, "Raw cell texts instead of evaluated values");
@@ -51,6 +59,7 @@ int main(int argc, char** argv) {
     CLI::App* checkCommand =
         app.add_subcommand("check", "Check every column formula; report each problem");
     AddFamilyOptions(checkCommand, check.input, false);
+    AddLocalizeOption(checkCommand, check.input);
 
     GraphOptions graph;
     CLI::App* graphCommand = app.add_subcommand(

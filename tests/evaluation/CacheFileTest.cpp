@@ -297,6 +297,27 @@ TEST(CacheFile, LoadRules) {
     }
 }
 
+// The empty language, that of a family without string documents, enters the language table like
+// any other: as the first language of a new cache and after a load, so its values read back.
+TEST(CacheFile, EmptyLanguageReadsBack) {
+    ScratchDirectory dir;
+    {
+        CTableValueCache cache(dir.Path());
+        cache.SetValue(L"R1", L"Length", L"", L"1,5");
+        EXPECT_EQ(cache.GetLanguageIndex(L""), 0);
+        cache.Save({L"Length"});
+    }
+    {
+        CTableValueCache loaded(dir.Path());
+        EXPECT_EQ(loaded.GetLanguageNames(), (WideStringList{L""}));
+        EXPECT_EQ(Cached(loaded, L"R1", L"Length", L""), L"1,5");
+    }
+    dir.Write(Header({u"Length"}, {u"en"}).I32(0).Bytes());
+    CTableValueCache loaded(dir.Path());
+    loaded.SetValue(L"R1", L"Length", L"", L"2");
+    EXPECT_EQ(loaded.GetLanguageIndex(L""), 1);
+}
+
 // The file is named after the user's locale id, in the folder as given; no folder, no file.
 TEST(CacheFile, NameFollowsTheUserLocale) {
     const std::tuple<const char*, const wchar_t*, const wchar_t*> cases[] = {

@@ -4,6 +4,7 @@
 
 #include "TestProvider.h"
 
+#include "platform/RequireLocale.h"
 #include "platform/ScopedEnvironment.h"
 #include "torvex/evaluation/CTableEvaluator.h"
 #include "torvex/evaluation/CTableValueCache.h"
@@ -197,8 +198,7 @@ TEST(CellEvaluation, CacheKeepsValuesButNotThoseWithoutUnits) {
 // A localized family writes numbers with the user's separator: Real literals and computed values
 // (in "%g" of 6 digits after conversion), references handed to the host; Integer literals stay.
 TEST(CellEvaluation, LocalizedFamilyUsesTheUserSeparator) {
-    if (!testing::LocaleInstalled("de_DE.UTF-8"))
-        GTEST_SKIP() << "de_DE.UTF-8 is not installed";
+    TORVEX_REQUIRE_LOCALE("de_DE.UTF-8");
     testing::ScopedEnvironment environment;
     environment.ClearLocale();
     environment.Set("LC_ALL", "de_DE.UTF-8");

@@ -78,14 +78,14 @@ void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view colum
         return; // an empty row id while no row is remembered has no cache
     row->StoreValue(columnId, language, value);
     // The languages are few: the last one entered is compared first.
-    if (language == m_lastLanguage)
+    if (m_lastLanguage && language == *m_lastLanguage)
         return;
     auto known = m_languageIndexes.find(language);
     if (known == m_languageIndexes.end()) {
         const auto index = static_cast<uint16_t>(m_languageIndexes.size());
         known = m_languageIndexes.emplace(WideString(language), index).first;
     }
-    m_lastLanguage = known->first;
+    m_lastLanguage = &known->first;
 }
 
 void CTableValueCache::ClearValue(const WideString& rowId, const WideString& columnId,
@@ -119,7 +119,7 @@ void CTableValueCache::Clear() {
     m_rows.Clear();
     m_keys.Clear();
     m_keyOrders.clear();
-    m_lastLanguage.clear();
+    m_lastLanguage = nullptr;
     m_lastRowId.clear();
     m_lastRowCache = nullptr;
     m_languageIndexes.clear();

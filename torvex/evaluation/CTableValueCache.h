@@ -108,7 +108,9 @@ private:
     bool m_dirty = false;
     WideString m_lastRowId;
     CValueCacheLoc* m_lastRowCache = nullptr;
-    WideString m_lastLanguage; // the language SetValue entered last
+    // The key in m_languageIndexes that SetValue entered last; null until one is entered, so
+    // that the empty language (no string documents) is entered too.
+    const WideString* m_lastLanguage = nullptr;
     std::unordered_map<const WideString*, KeyOrder> m_keyOrders; // made by each Save
 };
 
