@@ -36,6 +36,12 @@ struct GraphOptions {
     FamilyInput input;
 };
 
+struct PropsOptions {
+    FamilyInput input;
+    std::string format = "text"; // text or json
+    size_t width = 0;            // 0: the terminal's width
+};
+
 struct MappingOptions {
     FamilyInput input;
     std::string format = "text"; // text or json
@@ -53,6 +59,9 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex graph`: the column dependency graph as Graphviz DOT. 0, or 1 when the family does
 /// not open.
 int RunGraph(const GraphOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex props`: every family property and the category parameter constants in the actual
+/// language. 0, or 1 when the family does not open.
+int RunProps(const PropsOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex mapping`: templates with their parameter trees and what each column drives. 0, or 1
 /// when the family does not open.
 int RunMapping(const MappingOptions& options, std::ostream& out, std::ostream& err);

@@ -36,9 +36,10 @@ struct Row {
 
 void PrintText(const std::vector<Column>& columns, const std::vector<Row>& rows, size_t width,
                std::ostream& out) {
+    // People read titles, in the actual language; machines read the ids of CSV and JSON.
     std::vector<std::string> header{"#"};
     for (const Column& column : columns)
-        header.push_back(Narrow(column.id));
+        header.push_back(column.title.empty() ? Narrow(column.id) : column.title);
     TablePrinter printer(header);
     for (size_t r = 0; r < rows.size(); ++r) {
         std::vector<std::string> line{std::to_string(r + 1) + (rows[r].suppressed ? "*" : "")};

@@ -66,6 +66,16 @@ int main(int argc, char** argv) {
         "graph", "Print the column dependency graph in Graphviz DOT (render with dot -Tsvg)");
     AddFamilyOptions(graphCommand, graph.input, false);
 
+    PropsOptions props;
+    CLI::App* propsCommand = app.add_subcommand(
+        "props", "Print a family's properties and its category parameter constants in the "
+                 "actual language");
+    AddFamilyOptions(propsCommand, props.input, true);
+    propsCommand->add_option("--format,-f", props.format, "Output format")
+        ->check(CLI::IsMember({"text", "json"}));
+    propsCommand->add_option("--width,-w", props.width,
+                             "Width of text output in characters (default: the terminal's)");
+
     MappingOptions mapping;
     CLI::App* mappingCommand = app.add_subcommand(
         "mapping", "Print a family's templates with their parameter trees, and what each column "
@@ -92,6 +102,8 @@ int main(int argc, char** argv) {
             return RunCheck(check, std::cout, std::cerr);
         if (graphCommand->parsed())
             return RunGraph(graph, std::cout, std::cerr);
+        if (propsCommand->parsed())
+            return RunProps(props, std::cout, std::cerr);
         if (mappingCommand->parsed())
             return RunMapping(mapping, std::cout, std::cerr);
     } catch (const std::exception& e) {

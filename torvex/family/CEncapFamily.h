@@ -6,6 +6,7 @@
 
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/platform/WideString.h"
+#include "torvex/text/FamilyPropType.h"
 #include "torvex/xml/XMLNode.h"
 #include "torvex/xml/XMLParser.h"
 
@@ -16,6 +17,7 @@ namespace torvex {
 class CEncapFamilyColumn;
 class CEncapFamilyMapping;
 class CEncapFamilyTable;
+class CStringDocument;
 class IEvaluatorProvider;
 
 /// Not copyable.
@@ -67,14 +69,117 @@ public:
     /// The category parameter that the column bears: false without a mapping, else the
     /// mapping's answer.
     bool GetColumnCategory(const wchar_t* columnId, WideString& parameter);
-    /// Root attribute FromSource; `out` empty when absent or for an empty family.
-    void GetCopyFrom(WideString& out) const;
     /// Hands the chosen values of range columns (by column id, compared exactly) to the table;
     /// nothing for an empty family.
     void SetRangeColumnValues(const std::map<WideString, WideString>& values);
-    /// Stores the constant of a category parameter. Not built yet (family properties): writes
-    /// nothing.
+
+    // ---- Properties ----
+    // Getters read one place (a root attribute, a category parameter constant or a string
+    // document) and setters write one to three of them; none reports a failure. A getter that
+    // reads a root attribute empties `out` first; one that reads a constant leaves `out` as it
+    // was when there is no constant.
+
+    /// Root InternalName.
+    void GetInternalName(WideString& out) const;
+    /// Root InternalName and the constant that mirrors it.
+    void SetInternalName(const wchar_t* name);
+    /// The actual language's DisplayName element, else the constant, else the root attribute,
+    /// each taken only when the one before gave an empty text. `out` is not emptied first.
+    void GetDisplayName(WideString& out) const;
+    /// Root attribute, constant and the DisplayName element of every string document.
+    void SetDisplayName(const wchar_t* name);
+    /// The actual language's Description element when it exists (even empty), else a constant
+    /// when there is one (even empty), else the root attribute.
+    void GetDescription(WideString& out) const;
+    /// Root attribute, constant and the Description element of every string document.
+    void SetDescription(const wchar_t* description);
+    /// Root RevisionId.
+    void GetRevisionID(WideString& out) const;
+    /// Root RevisionId.
+    void SetRevisionID(const wchar_t* revision);
+    /// The manufacturer's constant.
+    void GetManufacturer(WideString& out) const;
+    /// Root Manufacturer and the constant.
+    void SetManufacturer(const wchar_t* manufacturer);
+    /// The standards organisation's constant.
+    void GetStandardOrg(WideString& out) const;
+    /// Root StandardsOrg and the constant.
+    void SetStandardOrg(const wchar_t* organisation);
+    /// The standard's constant.
+    void GetStandard(WideString& out) const;
+    /// Root Standard and the constant.
+    void SetStandard(const wchar_t* standard);
+    /// The folder name's constant.
+    void GetFolderName(WideString& out) const;
+    /// Root FolderName and the constant.
+    void SetFolderName(const wchar_t* folder);
+    /// The family revision's constant.
+    void GetFamilyRevision(WideString& out) const;
+    /// The constant only.
+    void SetFamilyRevision(const wchar_t* revision);
+    /// The standard revision's constant.
+    void GetStandardRevision(WideString& out) const;
+    /// The constant only.
+    void SetStandardRevision(const wchar_t* revision);
+    /// Root attribute FromSource; `out` empty when absent or for an empty family.
+    void GetCopyFrom(WideString& out) const;
+    /// Root FromSource.
+    void SetCopyFrom(const wchar_t* library);
+    /// Root Library.
+    void GetLibInterName(WideString& out) const;
+    /// Root Library.
+    void SetLibInterName(const WideString& library);
+    /// Root HealthStatus.
+    void GetHealthStatus(WideString& out) const;
+    /// Root HealthStatus.
+    void SetHealthStatus(const wchar_t* status);
+    /// Root EditStatus.
+    void GetEditStatus(WideString& out) const;
+    /// ORs `bits` into the hexadecimal EditStatus (missing or unreadable counts as 0) and
+    /// writes it back in upper-case hexadecimal.
+    void UpdateEditStatus(unsigned long bits);
+    /// FullFileName of Thumbnail/File; `out` untouched when the element is missing.
+    void GetThumbnailPath(WideString& out) const;
+    /// Makes Thumbnail/File when missing, sets FullFileName, then UpdateEditStatus(1).
+    void SetThumbnailPath(const wchar_t* path);
+    /// Root SourceMoniker.
+    void GetSourceMoniker(WideString& out) const;
+    /// Root ParentLibraryName.
+    void GetParenLibName(WideString& out) const;
+    /// Root ParentFamilyName.
+    void GetParentFamilyName(WideString& out) const;
+    /// InternalName of the deepest first Category below the first visible top-level category;
+    /// `out` untouched when there is no visible top-level category.
+    void GetCategoryID(WideString& out) const;
+
+    /// Reads a property by number: true for 0 to 11, false (and `out` untouched) otherwise.
+    bool GetFamilyProperty(FamilyPropType type, WideString& out) const;
+    /// Sets a property by number; false for 9, 10 and values outside 0..11, which change
+    /// nothing. Names, standards, manufacturer and folder give every member a new revision.
+    bool SetFamilyProperty(FamilyPropType type, const wchar_t* value);
+
+    /// The constant of a category parameter: the family document's ConstantValue, replaced by
+    /// the actual language's text when the parameter is localized. False when neither exists.
+    bool GetCatParamConstValue(const wchar_t* name, WideString& value) const;
+    /// Stores the constant of a category parameter (and its localized texts). Nothing is
+    /// stored in the family document when it has no ParameterMap/FamilyParametersMap/
+    /// ParamsToTemplate.
     void SetCatParamConstValue(const wchar_t* name, const wchar_t* value);
+    /// Sets ConstantValue on the TemplatesParameter that names the template parameter and bumps
+    /// every member revision: 0 done, 1 nothing matched.
+    long SetTemplateParameterValue(const wchar_t* templateName, const wchar_t* parameterId,
+                                   const wchar_t* value);
+    /// The column that bears the category parameter, or a constant column made once for a
+    /// parameter that has a constant; null when neither.
+    CEncapFamilyColumn* GetCategoryParamColumn(const wchar_t* name);
+    /// Bit value 2 of the hexadecimal HealthStatus; false when empty.
+    bool IsSickFamilyTable() const;
+    /// False only when SrcActive is "false" in any case; an unlinked family is active.
+    bool IsSrcActive() const;
+    /// Whether DataTypeCategory names the feature category.
+    bool IsFeature() const;
+
+    // ---- Localisation ----
 
     /// Localized column property (Title or ColumnwideValue) in the language: 0 found, 1 for an
     /// unknown language or no such element (`out` untouched).
@@ -83,14 +188,25 @@ public:
     /// The same in the actual language.
     long GetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
                                          WideString& out) const;
-    /// Writes a localized column property in one language. Not built yet (localisation): writes
-    /// nothing.
+    /// Writes a localized column property in one language; an empty value removes it. Nothing
+    /// for an unknown language.
     void SetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
                                          const wchar_t* language, const wchar_t* value);
-    /// Writes a localized column property in all languages. Not built yet (localisation):
-    /// writes nothing.
+    /// The same in every language, in list order.
     void SetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
                                          const wchar_t* value);
+    /// Removes the column's localized ColumnwideValue and Title in every language; its cell
+    /// texts stay.
+    void DeleteLocalizedColumnPropertyValues(const wchar_t* columnId);
+    /// Writes every string document as FamilyStrings.<LANGUAGE>.xml (UTF-16LE, no byte order
+    /// mark) into the folder of FamilyStrings/File/@FullFileName. Each file is written beside
+    /// its target and renamed over it. False when the attribute is missing or empty, when it
+    /// names no folder (and there is a language), or when a file can't be written; files
+    /// written before stay.
+    bool SaveFamilyStringsXMLs();
+    /// `target` becomes a copy of the family document without FamilyStrings and with every
+    /// string document's root below its root. False when a step fails.
+    bool GetFamilyXMLCopyWithStrings(XMLParser& target) const;
 
 private:
     friend class CEncapFamilyTable;
@@ -109,18 +225,31 @@ private:
     /// no such element (`out` untouched).
     long GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
                                const wchar_t* language, WideString& out) const;
-    /// Writes a localized cell text. Not built yet (localisation): writes nothing.
+    /// The same in the actual language.
+    long GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
+                               WideString& out) const;
+    /// Writes a localized cell text of a localized column; an empty value removes it. Nothing
+    /// for a column that is not localized or an unknown language.
     void SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
                                const wchar_t* language, const wchar_t* value);
-    /// Writes a localized cell text in the actual language. Not built yet (localisation): writes
-    /// nothing.
+    /// The same in the actual language.
     void SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId, const wchar_t* value);
-    /// Removes a cell's localized texts. Not built yet (localisation): removes nothing.
+    /// Removes the cell's localized texts (an empty column id: the whole row's) in every
+    /// language, or in the actual language only.
     void DeleteLocalizedCellsValues(const wchar_t* rowId, const wchar_t* columnId,
                                     bool allLanguages);
+    /// The string document of the language (ignoring case); null when unknown.
+    CStringDocument* StringsOf(const wchar_t* language) const;
+    /// Root attribute `name` into `out` (emptied first).
+    void GetRootAttribute(const wchar_t* name, WideString& out) const;
+    /// Root attribute `name`; nothing for a null value or an empty family.
+    void SetRootAttribute(const wchar_t* name, const wchar_t* value);
+    /// Sets the root attribute, the constant and the element of every string document.
+    void SetLocalizedFamilyText(const wchar_t* attribute, const wchar_t* parameter,
+                                const wchar_t* element, const wchar_t* value);
 
     XMLParser m_familyXml;
-    CStringMapTo<XMLParser> m_stringDocuments;
+    CStringMapTo<CStringDocument*> m_stringDocuments; // owned
     CStringMapTo<XMLNode> m_categoryParameters;
     CStringMapTo<CEncapFamilyColumn*> m_categoryParamColumns;
     CEncapFamilyTable* m_table = nullptr;

@@ -1,5 +1,6 @@
 #include "torvex/platform/Files.h"
 
+#include "torvex/platform/Guid.h"
 #include "torvex/platform/Utf16.h"
 
 #include <cerrno>
@@ -73,6 +74,35 @@ bool WriteFileBytes(const std::wstring& path, const std::string& bytes) {
     outFile.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     outFile.close();
     return !outFile.fail();
+}
+
+bool ReplaceFileBytes(const std::wstring& path, const std::string& bytes) {
+    if (path.empty())
+        return false;
+    // Beside the target, so that the rename stays on one file system.
+    const std::string target = NativePath(path);
+    const std::string temporary = target + ".tmp-" + ToUtf8(FormatGuidBraced(NewGuid()));
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return false;
+    // A file that stands there keeps its permissions.
+    struct stat existing;
+    bool ok = ::stat(target.c_str(), &existing) != 0 || ::fchmod(fd, existing.st_mode & 07777) == 0;
+    for (size_t done = 0; ok && done < bytes.size();) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            ok = false;
+        else
+            done += static_cast<size_t>(n);
+    }
+    ok = ok && ::fsync(fd) == 0;
+    ok = ::close(fd) == 0 && ok;
+    ok = ok && ::rename(temporary.c_str(), target.c_str()) == 0;
+    if (!ok)
+        ::unlink(temporary.c_str());
+    return ok;
 }
 
 } // namespace torvex::platform

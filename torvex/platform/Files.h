@@ -21,5 +21,9 @@ bool DeleteFile(const std::wstring& path);
 bool ReadFileBytes(const std::wstring& path, std::string& out);
 /// Writes the bytes, creating or truncating the file; false on any failure.
 bool WriteFileBytes(const std::wstring& path, const std::string& bytes);
+/// Writes the bytes to a new file beside `path`, flushes it to the disk and renames it over
+/// `path`, so that the path names either the old file whole or the new one whole. False on any
+/// failure, and then `path` is as it was and no new file is left behind.
+bool ReplaceFileBytes(const std::wstring& path, const std::string& bytes);
 
 } // namespace torvex::platform

@@ -261,6 +261,10 @@ void XMLParser::RemoveNodesByTag(const wchar_t* tag) {
     }
 }
 
+uint64_t XMLParser::GetChangeCount() const noexcept {
+    return doc_ ? doc_->changes : 0;
+}
+
 long XMLParser::GetNodesCount() const {
     if (doc_ == nullptr) {
         return 0;

@@ -23,6 +23,8 @@
 // any other encoding libxml knows by that encoding (characters it can't hold as references).
 // LoadXmlDocument detects the encoding from a byte order mark or the declaration.
 
+#include <cstdint>
+
 #include "torvex/platform/WideString.h"
 #include "torvex/xml/XMLNode.h"
 #include "torvex/xml/XMLNodeArray.h"
@@ -98,6 +100,10 @@ public:
     /// Number of child nodes (every kind) of the document element; 0 when documentless or there
     /// is no document element.
     long GetNodesCount() const;
+    /// How many edits the document has had through any handle: nodes added, moved or removed,
+    /// attributes and texts set, the text replaced. It only grows, so an index kept beside the
+    /// document knows it is out of date when the count moved. 0 when documentless.
+    uint64_t GetChangeCount() const noexcept;
 
 private:
     xmldetail::Document* doc_ = nullptr;

@@ -549,6 +549,13 @@ Document* DocumentOf(xmlNodePtr node) {
     return StateOf(node->doc);
 }
 
+void Touch(xmlNodePtr node) {
+    if (node == nullptr)
+        return;
+    if (Document* d = DocumentOf(node))
+        ++d->changes;
+}
+
 namespace {
 
 Document* AdoptDocument(xmlDocPtr doc) {
@@ -865,6 +872,7 @@ int32_t SetAttribute(xmlNodePtr element, const std::string& name, const std::str
     if (element->type != XML_ELEMENT_NODE) {
         return XmlStatus::Fail;
     }
+    Touch(element);
     if (name.empty() || xmlValidateName(X(name.c_str()), 0) != 0) {
         return XmlStatus::Fail;
     }
@@ -903,6 +911,7 @@ int32_t RemoveAttribute(xmlNodePtr element, const std::string& name) {
     if (element->type != XML_ELEMENT_NODE) {
         return XmlStatus::Fail;
     }
+    Touch(element);
     std::string prefix;
     if (IsNsDeclName(name, prefix)) {
         return FindNsDecl(element, prefix) == nullptr ? XmlStatus::Ok : XmlStatus::Fail;
@@ -1023,6 +1032,8 @@ int32_t InsertNode(xmlNodePtr parent, xmlNodePtr child, xmlNodePtr ref) {
     if (ref == child) {
         return XmlStatus::Ok;
     }
+    Touch(parent);
+    Touch(child);
     Document* from = DocumentOf(child);
     Document* to = DocumentOf(parent);
     if (child->parent != nullptr) {
@@ -1061,11 +1072,13 @@ int32_t RemoveNode(xmlNodePtr node) {
     if (node->parent == nullptr || node->type == XML_ATTRIBUTE_NODE) {
         return XmlStatus::Fail;
     }
+    Touch(node);
     Detach(DocumentOf(node), node, true);
     return XmlStatus::Ok;
 }
 
 int32_t SetText(xmlNodePtr node, const std::string& text) {
+    Touch(node);
     switch (node->type) {
     case XML_ELEMENT_NODE:
     case XML_ATTRIBUTE_NODE:
@@ -1130,6 +1143,7 @@ int32_t CloneNode(xmlNodePtr node, bool deep, xmlNodePtr& out) {
 // ---- whole documents -------------------------------------------------------------------------
 
 void ReplaceContent(Document* d, xmlDocPtr parsed, const std::string* declaration) {
+    ++d->changes;
     if (parsed != nullptr) {
         StripBlankText(reinterpret_cast<xmlNodePtr>(parsed));
     }
@@ -1173,6 +1187,7 @@ void ReplaceContent(Document* d, xmlDocPtr parsed, const std::string* declaratio
 }
 
 void FormatTree(Document* d) {
+    ++d->changes;
     static const std::string kIndent = "\n" + std::string(78, ' ');
     xmlNodePtr root = DocumentElement(d->doc);
     if (root == nullptr) {

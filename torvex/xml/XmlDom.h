@@ -51,6 +51,9 @@ struct Document {
     // One XPath context for all queries on this document, and the compiled expressions.
     xmlXPathContextPtr xpath = nullptr;
     std::unordered_map<std::string, xmlXPathCompExprPtr> compiled;
+    // Edits of the tree (nodes added, moved or removed, attributes and texts set) so far, so that
+    // an index kept beside the document can tell that it is out of date.
+    uint64_t changes = 0;
 };
 
 inline xmlNodePtr ToXml(Node* node) {
@@ -64,6 +67,9 @@ inline Document* StateOf(xmlDocPtr doc) {
 }
 /// The holder of the node's document (the node may be the document node).
 Document* DocumentOf(xmlNodePtr node);
+
+/// Counts an edit of the document that holds the node.
+void Touch(xmlNodePtr node);
 
 /// A new holder with an empty document and no references; null when out of memory.
 Document* NewDocument();
