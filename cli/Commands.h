@@ -1,8 +1,9 @@
 #pragma once
 // The commands of the torvex tool. Each writes its result to `out` and one-line messages to
 // `err`, and returns the process exit code:
-//   0 success; 1 a file cannot be read, a document does not open, or (check) a formula has a
-//   problem; 2 a usage error; 3 (table) at least one cell failed to evaluate.
+//   0 success; 1 a file cannot be read, a document does not open, (check) a formula has a
+//   problem or (toc --families) a family document is missing; 2 a usage error; 3 (table) at
+//   least one cell failed to evaluate.
 
 #include "FamilyFile.h"
 
@@ -48,6 +49,14 @@ struct MappingOptions {
     size_t width = 0;            // 0: the terminal's width
 };
 
+struct TocOptions {
+    std::string tocPath;
+    std::string format = "text"; // text or json
+    bool skipHidden = false;     // leave hidden categories out
+    std::string family;          // print this family's categories instead of the tree
+    std::string familiesDir;     // also check which listed families have a document here
+};
+
 /// `torvex show`: columns and raw rows. 0, or 1 when the family does not open.
 int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex table`: every cell evaluated. 0, 1 when the family does not open, 3 when a cell
@@ -65,5 +74,9 @@ int RunProps(const PropsOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex mapping`: templates with their parameter trees and what each column drives. 0, or 1
 /// when the family does not open.
 int RunMapping(const MappingOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex toc`: a table of contents' category tree, or one family's categories. 0, or 1 when
+/// the document does not open, the family is unknown or (--families) a listed family has no
+/// family document.
+int RunToc(const TocOptions& options, std::ostream& out, std::ostream& err);
 
 } // namespace torvex::cli

@@ -32,8 +32,8 @@ int main(int argc, char** argv) {
     CLI::App app{"torvex: open, show and evaluate families of a catalogue of standard parts"};
     app.require_subcommand(1);
     app.footer("Exit codes: 0 success; 1 a file cannot be read, a document does not open or "
-               "(check) a formula has a problem; 2 usage error; 3 (table) a cell failed to "
-               "evaluate.");
+               "(check) a formula has a problem or (toc --families) a family document is "
+               "missing; 2 usage error; 3 (table) a cell failed to evaluate.");
 
     ShowOptions show;
     CLI::App* showCommand =
@@ -86,6 +86,25 @@ int main(int argc, char** argv) {
     mappingCommand->add_option("--width,-w", mapping.width,
                                "Width of text output in characters (default: the terminal's)");
 
+    TocOptions toc;
+    CLI::App* tocCommand = app.add_subcommand(
+        "toc", "Print a catalogue's category tree with the families in each category");
+    tocCommand->add_option("toc", toc.tocPath, "Table of contents (XML)")->required();
+    tocCommand->add_option("--format,-f", toc.format, "Output format")
+        ->check(CLI::IsMember({"text", "json"}));
+    tocCommand->add_flag("--skip-hidden", toc.skipHidden,
+                         "Leave hidden categories out (a visible subcategory of a hidden one "
+                         "takes its place)");
+    tocCommand->add_option("--family", toc.family,
+                           "Print the path of categories of this family (InternalName or "
+                           "DisplayName) instead of the tree");
+    tocCommand
+        ->add_option("--families", toc.familiesDir,
+                     "Also say which listed families have a family document in DIR: "
+                     "DIR/<FolderName>/Family.xml (the InternalName when there is no "
+                     "FolderName) whose root has the family's InternalName")
+        ->option_text("DIR");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -106,6 +125,8 @@ int main(int argc, char** argv) {
             return RunProps(props, std::cout, std::cerr);
         if (mappingCommand->parsed())
             return RunMapping(mapping, std::cout, std::cerr);
+        if (tocCommand->parsed())
+            return RunToc(toc, std::cout, std::cerr);
     } catch (const std::exception& e) {
         std::cerr << "torvex: " << e.what() << '\n';
         return kExitFailed;

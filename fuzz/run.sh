@@ -1,10 +1,18 @@
 #!/bin/sh
-# Builds the cache file fuzzer with clang in build/fuzz and runs it.
-# Usage: fuzz/run.sh [seconds]   (default 60)
+# Builds a fuzz target with clang in build/fuzz and runs it.
+# Usage: fuzz/run.sh [seconds] [target]   (default 60 seconds, target cache_file)
+# Targets: cache_file (the table cache reader), toc (opening and walking a table of contents).
 set -eu
 seconds=${1:-60}
+target=${2:-cache_file}
 root=$(cd "$(dirname "$0")/.." && pwd)
 build="$root/build/fuzz"
+
+case "$target" in
+  cache_file) max_len=65536; artifacts="$build/artifacts/" ;;
+  toc) max_len=16384; artifacts="$build/artifacts/toc/" ;;
+  *) echo "fuzz/run.sh: unknown target $target (cache_file or toc)" >&2; exit 2 ;;
+esac
 
 # clang and its libFuzzer runtime come from Debian's packages.
 "$root/scripts/deps.sh"
@@ -15,13 +23,16 @@ fi
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DTORVEX_BUILD_FUZZ=ON \
   -DTORVEX_BUILD_TESTS=OFF -DTORVEX_BUILD_HOST=OFF -DTORVEX_SANITIZE=OFF >/dev/null
-cmake --build "$build" --target cache_file_fuzzer
+cmake --build "$build" --target "${target}_fuzzer"
 
 # New inputs go to a working corpus in the build tree; the seeds in fuzz/corpus stay as they are.
-work="$build/corpus/cache_file"
-artifacts="$build/artifacts/"
+work="$build/corpus/$target"
 mkdir -p "$work" "$artifacts"
+dict=""
+if [ -f "$root/fuzz/$target.dict" ]; then
+  dict="-dict=$root/fuzz/$target.dict"
+fi
 cd "$build"
-exec "$build/fuzz/cache_file_fuzzer" "$work" "$root/fuzz/corpus/cache_file" \
-  -max_total_time="$seconds" -max_len=65536 -rss_limit_mb=2048 -timeout=10 \
+exec "$build/fuzz/${target}_fuzzer" "$work" "$root/fuzz/corpus/$target" $dict \
+  -max_total_time="$seconds" -max_len="$max_len" -rss_limit_mb=2048 -timeout=10 \
   -artifact_prefix="$artifacts" -print_final_stats=1
