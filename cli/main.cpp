@@ -1,6 +1,7 @@
 // torvex: opens, shows and evaluates families of a catalogue of standard parts.
 
 #include "Commands.h"
+#include "IconCommand.h"
 
 #include <CLI/CLI.hpp>
 
@@ -105,6 +106,9 @@ int main(int argc, char** argv) {
                      "FolderName) whose root has the family's InternalName")
         ->option_text("DIR");
 
+    IconOptions icon;
+    CLI::App* iconCommand = AddIconCommand(app, icon);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -127,6 +131,8 @@ int main(int argc, char** argv) {
             return RunMapping(mapping, std::cout, std::cerr);
         if (tocCommand->parsed())
             return RunToc(toc, std::cout, std::cerr);
+        if (iconCommand->parsed())
+            return RunIcon(icon, std::cout, std::cerr);
     } catch (const std::exception& e) {
         std::cerr << "torvex: " << e.what() << '\n';
         return kExitFailed;

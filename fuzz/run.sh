@@ -1,7 +1,8 @@
 #!/bin/sh
 # Builds a fuzz target with clang in build/fuzz and runs it.
 # Usage: fuzz/run.sh [seconds] [target]   (default 60 seconds, target cache_file)
-# Targets: cache_file (the table cache reader), toc (opening and walking a table of contents).
+# Targets: cache_file (the table cache reader), toc (opening and walking a table of contents),
+# bmp_reader, ico_reader and pe_resource (the icon and bitmap readers); seeds in fuzz/corpus/<target>.
 set -eu
 seconds=${1:-60}
 target=${2:-cache_file}
@@ -11,7 +12,8 @@ build="$root/build/fuzz"
 case "$target" in
   cache_file) max_len=65536; artifacts="$build/artifacts/" ;;
   toc) max_len=16384; artifacts="$build/artifacts/toc/" ;;
-  *) echo "fuzz/run.sh: unknown target $target (cache_file or toc)" >&2; exit 2 ;;
+  bmp_reader|ico_reader|pe_resource) max_len=65536; artifacts="$build/artifacts/$target/" ;;
+  *) echo "fuzz/run.sh: unknown target $target (cache_file, toc, bmp_reader, ico_reader or pe_resource)" >&2; exit 2 ;;
 esac
 
 # clang and its libFuzzer runtime come from Debian's packages.

@@ -7,6 +7,7 @@ packages=(
   libxml2-dev libxml2-utils
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libcli11-dev libmuparser-dev libudunits2-dev nlohmann-json3-dev
+  libpng-dev
 )
 
 missing=()

@@ -22,6 +22,7 @@
 #include "torvex/family/CStringDocument.h"
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/family/FamilyNames.h"
+#include "torvex/icons/CIcons.h"
 #include "torvex/mapping/CEncapFamilyMapping.h"
 #include "torvex/mapping/CEncapFamilyTemplate.h"
 #include "torvex/mapping/CEncapFamilyTemplateParameter.h"
