@@ -17,15 +17,7 @@
 
 #include <memory>
 
-namespace torvex {
-
-struct CEncapFamilyMappingTestPeer {
-    static bool CategoryParamColumn(CEncapFamilyMapping& m, const wchar_t* p, WideString& c) {
-        return m.GetCategoryParamColumn(p, c);
-    }
-};
-
-namespace test {
+namespace torvex::test {
 namespace {
 
 using PropType = CEncapFamilyColIPropertyData::ColPropertyObjectType;
@@ -391,5 +383,4 @@ TEST(MappingTemplates, AFamilyWithoutMappingTreesLoadsNothing) {
 }
 
 } // namespace
-} // namespace test
-} // namespace torvex
+} // namespace torvex::test

@@ -1,7 +1,8 @@
 #pragma once
-// Helpers shared by the mapping tests: documents parsed from text, elements serialised, and a
-// compact listing of a template's parameter tree.
+// Helpers shared by the mapping tests: documents parsed from text, elements serialised, a
+// compact listing of a template's parameter tree, and the way to the mapping's private steps.
 
+#include "torvex/mapping/CEncapFamilyMapping.h"
 #include "torvex/mapping/CEncapFamilyTemplate.h"
 #include "torvex/xml/XMLNode.h"
 #include "torvex/xml/XMLParser.h"
@@ -9,6 +10,29 @@
 #include <gtest/gtest.h>
 
 #include <string>
+
+namespace torvex {
+
+// The mapping's private operations, as the family calls them.
+struct CEncapFamilyMappingTestPeer {
+    static bool CategoryParamColumn(CEncapFamilyMapping& m, const wchar_t* p, WideString& c) {
+        return m.GetCategoryParamColumn(p, c);
+    }
+    static void RemoveColumnMapping(CEncapFamilyMapping& m, const wchar_t* column) {
+        m.RemoveColumnMapping(column);
+    }
+    static void UpdateTemplateParameters(CEncapFamilyMapping& m, const wchar_t* name, int id) {
+        m.UpdateTemplateParameters(name, id);
+    }
+    static bool RemoveParamToColumn(CEncapFamilyMapping& m, const wchar_t* parameter) {
+        return m.RemoveParamToColumnMapping(parameter);
+    }
+    static bool RemoveParamToConstant(CEncapFamilyMapping& m, const wchar_t* parameter) {
+        return m.RemoveParamToConstantMapping(parameter);
+    }
+};
+
+} // namespace torvex
 
 namespace torvex::test {
 

@@ -2,6 +2,7 @@
 
 #include "torvex/family/CEncapFamily.h"
 #include "torvex/family/CEncapFamilyColumn.h"
+#include "torvex/family/CEncapFamilyTable.h"
 #include "torvex/family/FamilyNames.h"
 #include "torvex/mapping/CEncapFamilyTemplate.h"
 #include "torvex/mapping/CEncapMemberColToParam.h"
@@ -10,8 +11,10 @@
 #include "torvex/text/DataTypes.h"
 #include "torvex/xml/XMLNodeArray.h"
 
+#include <algorithm>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace torvex {
 namespace {
@@ -378,6 +381,361 @@ bool CEncapFamilyMapping::IsPropertyAlreadyUsed(const wchar_t* objectRefKey,
         L"=\"" + std::to_wstring(id) + L"\" ]";
     XMLNode found;
     return m_parameterMap.GetChildNode(used.c_str(), found);
+}
+
+// ---- Updates ----
+
+namespace {
+
+// The unit of a value without unit.
+constexpr const wchar_t* kNoUnit = L"ul";
+
+// TemplatesParameter/TemplateParameter
+const WideString& TemplateEntriesPath() {
+    static const WideString path = Path({N::ElemTemplatesParameter, N::ElemTemplateParameter});
+    return path;
+}
+
+// A TemplateParameter entry as read from the document: template name and parameter id.
+struct Entry {
+    WideString templateName;
+    int id = 0;
+};
+
+Entry ReadEntry(const XMLNode& node) {
+    Entry entry;
+    node.GetProperty(N::AttrParameterId, entry.id);
+    node.GetProperty(N::AttrTemplateName, entry.templateName);
+    return entry;
+}
+
+bool IsHostPropertyType(const WideString& type, const WideString& subObject) {
+    return IsOneOf(type, {N::ObjProperty, N::ObjPartDocument, N::ObjRenderStyle}) ||
+           (EqualsIgnoringAsciiCase(type, N::ObjPartComponentDefinition) &&
+            EqualsIgnoringAsciiCase(subObject, N::SubObjMaterial));
+}
+
+} // namespace
+
+CEncapFamilyTemplateParameter* CEncapFamilyMapping::FindParameter(const WideString& templateName,
+                                                                  int id) const {
+    CEncapFamilyTemplate* familyTemplate = GetFamilyTemplate(templateName.c_str());
+    return familyTemplate ? familyTemplate->GetParameter(id) : nullptr;
+}
+
+void CEncapFamilyMapping::UpdateColumnMapping(
+    CEncapFamilyColumn* column, const wchar_t* objectRefKey, const wchar_t* subObjectId,
+    CEncapFamilyColIPropertyData::ColPropertyObjectType type) {
+    if (!column)
+        return;
+    const bool refreshedBefore = column->ChangeInColumnCausesRefresh();
+    column->SetColIPropertyData(GetColIPropertyData(objectRefKey, subObjectId, type));
+
+    UpdateColumnGeometry(column);
+    UpdateIPropertyMapping(column);
+    UpdateThreadFeatureColumn(column);
+
+    WideString columnId;
+    column->GetColumnID(columnId);
+    WideString category;
+    if (GetColumnCategory(columnId.c_str(), category))
+        column->UpdateColumnType(category);
+
+    CEncapFamilyTable* table = m_family ? m_family->GetEncapFamilyTable() : nullptr;
+    if (!table)
+        return;
+    if (refreshedBefore || column->ChangeInColumnCausesRefresh())
+        table->BumpAllMemberRevisions(nullptr);
+    ForgetLocalized(columnId);
+}
+
+CEncapMemberColToTemplate*
+CEncapFamilyMapping::EnsureMemberColToTemplate(const WideString& columnId) {
+    if (CEncapMemberColToTemplate* held = GetMemberColToTemplate(columnId.c_str()))
+        return held;
+    XMLNode columnsToTemplate;
+    if (!m_parameterMap.GetChildNode(
+            Path({N::ElemMemberParametersMap, N::ElemColumnsToTemplate}).c_str(),
+            columnsToTemplate))
+        return nullptr;
+    XMLNode node = columnsToTemplate.AddNode(N::ElemColumnToTemplate, nullptr, N::AttrTableColumn,
+                                             columnId.c_str());
+    if (!node.IsNode())
+        return nullptr;
+    auto* made = new CEncapMemberColToTemplate(node, this);
+    m_colToTemplate.SetAt(columnId, made);
+    return made;
+}
+
+void CEncapFamilyMapping::UpdateColumnGeometry(CEncapFamilyColumn* column) {
+    if (!column)
+        return;
+    if (m_templateNames.empty())
+        AddFamilyTemplate(N::DefaultTemplateName);
+
+    WideString columnId;
+    column->GetColumnID(columnId);
+    CEncapMemberColToTemplate* driven = GetMemberColToTemplate(columnId.c_str());
+    XMLNodeArray entries;
+    bool mapped = false;
+    if (driven) {
+        driven->GetXMLNode().SelectChildNodes(TemplateEntriesPath().c_str(), entries);
+        for (const XMLNode& node : entries) {
+            const Entry entry = ReadEntry(node);
+            CEncapFamilyTemplateParameter* parameter = FindParameter(entry.templateName, entry.id);
+            WideString type;
+            if (parameter)
+                parameter->GetObjectType(type);
+            if (EqualsIgnoringAsciiCase(type, N::ObjUserParameter)) {
+                mapped = true;
+                break;
+            }
+        }
+    }
+
+    if (!column->IsGeometryColumn()) {
+        if (!mapped)
+            return;
+        // Every parameter the column drives goes, whatever its kind.
+        for (const XMLNode& node : entries) {
+            const Entry entry = ReadEntry(node);
+            UpdateTemplateParameters(entry.templateName.c_str(), entry.id);
+        }
+        driven->DeleteAllMapping();
+        return;
+    }
+    if (mapped)
+        return;
+
+    CEncapMemberColToTemplate* target = EnsureMemberColToTemplate(columnId);
+    if (!target)
+        return; // nowhere to record the mapping: the templates stay as they are
+    const WideString valueType = DataTypes::DataTypeNum2Str(column->GetDataType());
+    const WideStringList names = m_templateNames;
+    for (const WideString& name : names) {
+        CEncapFamilyTemplate* familyTemplate = GetFamilyTemplate(name.c_str());
+        if (!familyTemplate)
+            continue;
+        CEncapFamilyTemplateParameter* parameter = familyTemplate->AddParameter(columnId, L"");
+        if (!parameter)
+            return;
+        parameter->SetValueType(valueType.c_str());
+        parameter->SetUnitType(column->GetUnitTypeRef().c_str());
+        parameter->SetObjectType(N::ObjUserParameter);
+        target->AddMapping(name.c_str(), parameter->GetId());
+    }
+}
+
+void CEncapFamilyMapping::UpdateIPropertyMapping(CEncapFamilyColumn* column) {
+    if (!column)
+        return;
+    if (m_templateNames.empty())
+        AddFamilyTemplate(N::DefaultTemplateName);
+
+    WideString columnId;
+    column->GetColumnID(columnId);
+    // An old binding is always released first, also when the column stays a host-property
+    // column: the binding is made anew below.
+    bool removed = false;
+    std::vector<int> userParameters;
+    if (CEncapMemberColToTemplate* driven = GetMemberColToTemplate(columnId.c_str())) {
+        XMLNodeArray entries;
+        driven->GetXMLNode().SelectChildNodes(TemplateEntriesPath().c_str(), entries);
+        for (const XMLNode& node : entries) {
+            const Entry entry = ReadEntry(node);
+            CEncapFamilyTemplateParameter* parameter = FindParameter(entry.templateName, entry.id);
+            if (!parameter)
+                continue;
+            WideString type, subObject;
+            parameter->GetObjectType(type);
+            parameter->GetSubObjectId(subObject);
+            if (IsHostPropertyType(type, subObject)) {
+                UpdateTemplateParameters(entry.templateName.c_str(), entry.id);
+                driven->DeleteMapping(entry.templateName.c_str(), entry.id);
+                removed = true;
+            } else if (EqualsIgnoringAsciiCase(type, N::ObjUserParameter)) {
+                userParameters.push_back(entry.id);
+            }
+        }
+
+        if (!column->IsHostPropertyColumn()) {
+            if (!removed)
+                return;
+            // Whatever else it drove besides user parameters goes with the binding.
+            driven->GetXMLNode().SelectChildNodes(TemplateEntriesPath().c_str(), entries);
+            for (const XMLNode& node : entries) {
+                const Entry entry = ReadEntry(node);
+                if (std::find(userParameters.begin(), userParameters.end(), entry.id) !=
+                    userParameters.end())
+                    continue;
+                UpdateTemplateParameters(entry.templateName.c_str(), entry.id);
+                driven->DeleteMapping(entry.templateName.c_str(), entry.id);
+            }
+            return;
+        }
+    }
+    if (!column->IsHostPropertyColumn())
+        return;
+
+    const CEncapFamilyColIPropertyData* data = column->ColIPropertyData();
+    if (!data)
+        return;
+    CEncapMemberColToTemplate* target = EnsureMemberColToTemplate(columnId);
+    if (!target)
+        return; // nowhere to record the mapping: the templates stay as they are
+    const WideString& key = data->ObjectRefKey();
+    const WideString& subObject = data->SubObjectId();
+    const WideString typeText = data->PropObjTypeStr();
+    const bool plainProperty = EqualsIgnoringAsciiCase(typeText, N::ObjProperty);
+    const WideString valueType = plainProperty ? DataTypes::DataTypeNum2Str(DataTypes::DataString)
+                                               : DataTypes::DataTypeNum2Str(column->GetDataType());
+    const WideString unit = plainProperty ? WideString(kNoUnit) : column->GetUnitTypeRef();
+    const wchar_t* objectType = IsOneOf(subObject, {N::SubObjSuppressed, N::SubObjVisible})
+                                    ? N::ObjPartFeature
+                                    : typeText.c_str();
+    const WideStringList names = m_templateNames;
+    for (const WideString& name : names) {
+        CEncapFamilyTemplate* familyTemplate = GetFamilyTemplate(name.c_str());
+        if (!familyTemplate)
+            continue;
+        CEncapFamilyTemplateParameter* parameter = familyTemplate->AddParameter(key, subObject);
+        if (!parameter)
+            return;
+        target->AddMapping(name.c_str(), parameter->GetId());
+        parameter->SetValueType(valueType.c_str());
+        parameter->SetUnitType(unit.c_str());
+        parameter->SetObjectType(objectType);
+    }
+}
+
+void CEncapFamilyMapping::UpdateThreadFeatureColumn(CEncapFamilyColumn*) {}
+
+void CEncapFamilyMapping::UpdateTemplateParameters(const wchar_t* templateName, int parameterId) {
+    if (!templateName)
+        return;
+    // //TemplatesParameter/TemplateParameter[@TemplateName="<name>" and @ParameterId="<id>" ]:
+    // the whole document, so constant values count as well as columns. The reference being
+    // released still stands.
+    const WideString path = L"//" + TemplateEntriesPath() + L"[@" + N::AttrTemplateName + L"=\"" +
+                            templateName + L"\" and @" + N::AttrParameterId + L"=\"" +
+                            std::to_wstring(parameterId) + L"\" ]";
+    XMLNodeArray references;
+    if (!m_parameterMap.SelectChildNodes(path.c_str(), references))
+        return; // can't count the references, so the parameter can't be known to be free
+    CEncapFamilyTemplate* familyTemplate = GetFamilyTemplate(templateName);
+    CEncapFamilyTemplateParameter* parameter =
+        familyTemplate ? familyTemplate->GetParameter(parameterId) : nullptr;
+    if (!parameter)
+        return;
+    if (references.GetSize() < 2) {
+        familyTemplate->DeleteParameter(parameterId);
+    } else {
+        parameter->SetUnitType(kNoUnit);
+        parameter->SetValueType(DataTypes::DataTypeNum2Str(DataTypes::DataString).c_str());
+    }
+}
+
+void CEncapFamilyMapping::RemoveColumnMapping(const wchar_t* columnId) {
+    if (!columnId)
+        return;
+    if (CEncapMemberColToTemplate* driven = GetMemberColToTemplate(columnId)) {
+        XMLNodeArray entries;
+        driven->GetXMLNode().SelectChildNodes(TemplateEntriesPath().c_str(), entries);
+        for (const XMLNode& node : entries) {
+            const Entry entry = ReadEntry(node);
+            UpdateTemplateParameters(entry.templateName.c_str(), entry.id);
+        }
+        driven->RemoveNodeFromXML();
+        delete driven;
+        m_colToTemplate.RemoveKey(columnId);
+    }
+    if (CEncapMemberColToParam* params = GetMemberColToParam(columnId)) {
+        params->RemoveNodesFromXML();
+        delete params;
+        m_colToParam.RemoveKey(columnId);
+    }
+    ForgetLocalized(columnId);
+}
+
+bool CEncapFamilyMapping::AddParamToColumnMapping(CEncapFamilyColumn* column,
+                                                  const wchar_t* category,
+                                                  const wchar_t* parameter) {
+    if (!column || !category || !parameter)
+        return false;
+    WideString columnId;
+    column->GetColumnID(columnId);
+    ForgetLocalized(columnId);
+    CEncapMemberColToParam* params = GetMemberColToParam(columnId.c_str());
+    if (params && params->IsMappedForCatParam(parameter))
+        return true;
+
+    XMLNode member = m_parameterMap.GetOrAddNode(N::ElemMemberParametersMap);
+    XMLNode list = member.GetOrAddNode(N::ElemParamsToColumn);
+    XMLNode node =
+        list.AddNode(N::ElemParamToColumn, nullptr, N::AttrTableColumn, columnId.c_str());
+    XMLNode reference =
+        node.AddNode(N::ElemCategoryParameterRef, nullptr, N::AttrCategory, category);
+    if (!reference.IsNode() || !reference.SetProperty(N::AttrCategoryParameter, parameter)) {
+        node.RemoveThisNode(true); // a half-made element would be loaded next time
+        return false;
+    }
+    if (!params)
+        m_colToParam.SetAt(columnId, new CEncapMemberColToParam(node, this));
+    else
+        params->AddCategoryParam(node);
+    return true;
+}
+
+bool CEncapFamilyMapping::RemoveParamToColumnMapping(const wchar_t* parameter) {
+    WideString columnId;
+    if (!GetCategoryParamColumn(parameter, columnId))
+        return false;
+    if (CEncapMemberColToParam* params = GetMemberColToParam(columnId.c_str())) {
+        params->RemoveCategoryParam(parameter);
+        if (params->ParamCount() == 0) {
+            delete params;
+            m_colToParam.RemoveKey(columnId);
+        }
+    }
+    ForgetLocalized(columnId);
+    return true;
+}
+
+bool CEncapFamilyMapping::RemoveParamToConstantMapping(const wchar_t* parameter) {
+    if (!parameter)
+        return true;
+    // FamilyParametersMap/ParamsToTemplate/ParamTemplateValue[CategoryParameterRef/
+    //   @CategoryParameter = "<parameter>"]; only when that can't be asked (a double quote in
+    // the parameter), the same with ms:string-compare ignoring case.
+    const WideString values =
+        Path({N::ElemFamilyParametersMap, N::ElemParamsToTemplate, N::ElemParamTemplateValue});
+    const WideString exact = values + L"[" + N::ElemCategoryParameterRef + L"/@" +
+                             N::AttrCategoryParameter + L" = \"" + parameter + L"\"]";
+    XMLNodeArray found;
+    if (!m_parameterMap.SelectChildNodes(exact.c_str(), found)) {
+        const WideString folded = values + L"[ms:string-compare(" + N::ElemCategoryParameterRef +
+                                  L"/@" + N::AttrCategoryParameter + L", '" + parameter +
+                                  L"', '' , 'i' ) = 0 ]";
+        m_parameterMap.SelectChildNodes(folded.c_str(), found);
+    }
+    for (XMLNode& node : found)
+        node.RemoveThisNode(true);
+    return true;
+}
+
+CEncapFamilyTemplate* CEncapFamilyMapping::AddFamilyTemplate(const WideString& name) {
+    if (name.empty())
+        return nullptr;
+    if (CEncapFamilyTemplate* existing = GetFamilyTemplate(name.c_str()))
+        return existing;
+    XMLNode node =
+        m_familyTemplates.AddNode(N::ElemFamilyTemplate, nullptr, N::AttrName, name.c_str());
+    if (!node.IsNode())
+        return nullptr;
+    auto* made = new CEncapFamilyTemplate(node, this);
+    m_templates.SetAt(name, made);
+    m_templateNames.push_back(name);
+    return made;
 }
 
 } // namespace torvex

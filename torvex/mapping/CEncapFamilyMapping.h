@@ -4,9 +4,16 @@
 // it bears, and whether a column's texts depend on the language. At load it sets each column's
 // geometry, host-property and property flags from the parameters the column drives.
 //
-// The index is built once, at load; the lookups by column id and template name ignore case
-// (CStringMapTo), the XPath lookups compare exactly unless said otherwise. Lookups report
-// absence with null or false; nothing throws but the XML layer's ComError.
+// The index is built at load and follows every update made through this class; the lookups by
+// column id and template name ignore case (CStringMapTo), the XPath lookups compare exactly
+// unless said otherwise. Lookups report absence with null or false; nothing throws but the XML
+// layer's ComError.
+//
+// Updates keep the GeneralizedParameter, ColumnToTemplate, TemplateParameter, ParamToColumn and
+// ParamTemplateValue elements in step with a column's flags: a geometry column drives a user
+// parameter in every template, a host-property column a parameter bound to its property, and a
+// column that gives up a role releases what it held. A parameter that another element still
+// references survives a release as a "string" parameter without unit.
 
 #include "torvex/family/CEncapFamilyColIPropertyData.h"
 #include "torvex/family/CStringMapTo.h"
@@ -21,6 +28,7 @@ namespace torvex {
 class CEncapFamily;
 class CEncapFamilyColumn;
 class CEncapFamilyTemplate;
+class CEncapFamilyTemplateParameter;
 class CEncapMemberColToParam;
 class CEncapMemberColToTemplate;
 
@@ -51,6 +59,25 @@ public:
     /// Whether a column drives the first top-level parameter of any template bound to that key
     /// and sub-object (both ignoring ASCII case); false when there is no such parameter.
     bool IsPropertyAlreadyUsed(const wchar_t* objectRefKey, const wchar_t* subObjectId);
+
+    // ---- updates ----
+
+    /// The host changed what the column means: binds it to the property (none when both texts
+    /// are empty or a column drives it already), brings its template parameters in step with
+    /// its flags, and bumps the member revisions when the column did or now does change what a
+    /// member looks like. Nothing for null; reports nothing (a family without
+    /// MemberParametersMap/ColumnsToTemplate can't get new mappings).
+    void UpdateColumnMapping(CEncapFamilyColumn* column, const wchar_t* objectRefKey,
+                             const wchar_t* subObjectId,
+                             CEncapFamilyColIPropertyData::ColPropertyObjectType type);
+    /// Makes the column bear the category parameter of the category. True also when it bears it
+    /// already (parameter compared exactly); false for a null argument, without ParameterMap,
+    /// or when an element can't be made (nothing of this call then stays in the document).
+    bool AddParamToColumnMapping(CEncapFamilyColumn* column, const wchar_t* category,
+                                 const wchar_t* parameter);
+    /// The template of that name (ignoring case), made under FamilyTemplates when there is none;
+    /// null for an empty name or when the element can't be made (no FamilyTemplates).
+    CEncapFamilyTemplate* AddFamilyTemplate(const WideString& name);
 
     /// Template names in document order, then in order of addition; the first is the family's
     /// main template.
@@ -91,6 +118,41 @@ private:
     /// Sets the column's flags and binding from the template parameters it drives; nothing for
     /// null or a column that drives none.
     void InitializeColumnData(CEncapFamilyColumn* column);
+
+    // ---- update steps ----
+
+    /// A geometry column not yet driving a user parameter gets one in every template; a column
+    /// that is no longer geometry releases all it drives once one of them is a user parameter.
+    /// Stops at the first template whose parameter can't be added. Nothing for null.
+    void UpdateColumnGeometry(CEncapFamilyColumn* column);
+    /// Releases the host-property parameters the column drives, then binds a host-property
+    /// column anew in every template. Stops at the first template whose parameter can't be
+    /// added. Nothing for null.
+    void UpdateIPropertyMapping(CEncapFamilyColumn* column);
+    /// Thread features need nothing of the mapping yet; the step stays in the sequence.
+    void UpdateThreadFeatureColumn(CEncapFamilyColumn* column);
+    /// The column is deleted: releases the template parameters it drives and removes its
+    /// ColumnToTemplate and ParamToColumn elements with their objects. Nothing for null or a
+    /// column without mapping.
+    void RemoveColumnMapping(const wchar_t* columnId);
+    /// Releases one reference to the template's parameter: the last one deletes it, otherwise
+    /// it becomes "string" without unit ("ul"). Nothing for an unknown template or parameter,
+    /// or a name the reference count can't be asked for (a double quote in it).
+    void UpdateTemplateParameters(const wchar_t* templateName, int parameterId);
+    /// The column bearing the parameter (exactly, else ignoring case) bears it no more (any
+    /// case). False when no column bears it.
+    bool RemoveParamToColumnMapping(const wchar_t* parameter);
+    /// Removes the constant values given for the category parameter, compared exactly; only a
+    /// parameter that can't stand in that query is compared ignoring case. Always true.
+    bool RemoveParamToConstantMapping(const wchar_t* parameter);
+    /// The column's ColumnToTemplate object, made with its element under
+    /// MemberParametersMap/ColumnsToTemplate when missing; null when that element is missing.
+    CEncapMemberColToTemplate* EnsureMemberColToTemplate(const WideString& columnId);
+    /// The parameter of that id in the template of that name (ignoring case); null when either
+    /// is missing.
+    CEncapFamilyTemplateParameter* FindParameter(const WideString& templateName, int id) const;
+    /// Drops the column's localization answer (id as spelled).
+    void ForgetLocalized(const WideString& columnId) { m_localizedColumns.erase(columnId); }
 
     /// What the load looks up once per column, gathered in one pass over the document.
     struct LoadIndex;
