@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "platform/ScopedEnvironment.h"
@@ -208,6 +209,73 @@ TEST(XmlDocument, IndentStopsGrowingAt78Blanks) {
         EXPECT_EQ(indents[line], std::min<size_t>(2 * (line + 1), 78)) << "depth " << line;
     EXPECT_EQ(text.substr(text.size() - 9), "\n</root>\n");
     std::filesystem::remove_all(dir);
+}
+
+} // namespace
+} // namespace torvex
+
+namespace torvex {
+namespace {
+
+// An index kept beside a document relies on the change count: every edit through any handle
+// moves it, no read does.
+TEST(XmlDocument, EveryEditMovesTheChangeCountAndNoReadDoes) {
+    const struct {
+        const char* what;
+        bool edits;
+        std::function<void(XMLParser&, XMLNode&)> act;
+    } cases[] = {
+        {"read text", false,
+         [](XMLParser&, XMLNode& a) {
+             WideString t;
+             a.GetNodeText(t);
+         }},
+        {"select", false,
+         [](XMLParser& d, XMLNode&) {
+             XMLNodeArray all;
+             d.GetRootNode().SelectChildNodes(L"//*", all);
+         }},
+        {"serialise", false,
+         [](XMLParser& d, XMLNode&) {
+             WideString t;
+             d.GetXml(t);
+         }},
+        {"find", false,
+         [](XMLParser& d, XMLNode&) {
+             XMLNode n;
+             d.GetRootNode().GetOrAddNode(L"a");
+         }},
+        {"add", true, [](XMLParser&, XMLNode& a) { a.AddNode(L"c"); }},
+        {"add before", true, [](XMLParser&, XMLNode& a) { a.AddNodeBefore(L"c"); }},
+        {"get or add (adds)", true, [](XMLParser&, XMLNode& a) { a.GetOrAddNode(L"new"); }},
+        {"attribute", true, [](XMLParser&, XMLNode& a) { a.SetProperty(L"k", L"v"); }},
+        {"remove attribute", true, [](XMLParser&, XMLNode& a) { a.RemoveProperty(L"id"); }},
+        {"text", true, [](XMLParser&, XMLNode& a) { a.SetNodeText(L"t"); }},
+        {"remove", true, [](XMLParser&, XMLNode& a) { a.RemoveThisNode(false); }},
+        {"remove child", true, [](XMLParser&, XMLNode& a) { a.RemoveChildNode(L"b"); }},
+        {"move", true, [](XMLParser& d, XMLNode& a) { d.GetRootNode().AppendChild(a); }},
+        {"move in from elsewhere", true,
+         [](XMLParser&, XMLNode& a) {
+             XMLParser other;
+             other.SetXml(L"<o><p/></o>");
+             XMLNode p;
+             other.GetRootNode().GetChildNode(L"p", p);
+             a.AppendChild(p);
+         }},
+        {"import", true, [](XMLParser& d, XMLNode& a) { a.ImportNode(d.GetRootNode(), true); }},
+        {"replace text", true, [](XMLParser& d, XMLNode&) { d.SetXml(L"<r/>"); }},
+        {"remove by tag", true, [](XMLParser& d, XMLNode&) { d.RemoveNodesByTag(L"b"); }},
+    };
+    for (const auto& c : cases) {
+        XMLParser document;
+        ASSERT_TRUE(document.SetXml(L"<r><a id='1'><b/></a><a/></r>"));
+        XMLNode a;
+        document.GetRootNode().GetChildNode(L"a", a);
+        const uint64_t before = document.GetChangeCount();
+        XMLParser handle = document; // a second handle sees the same count
+        c.act(handle, a);
+        EXPECT_EQ(document.GetChangeCount() != before, c.edits) << c.what;
+    }
 }
 
 } // namespace
