@@ -61,6 +61,22 @@ CellTally ReadAllCells(CEncapFamily& family) {
     return tally;
 }
 
+CellTally ReadAllCells(CEncapFamily& family, const wchar_t* language) {
+    CellTally tally;
+    CEncapFamilyTable* table = family.GetEncapFamilyTable();
+    if (!table)
+        return tally;
+    WideString value;
+    const WideStringList columnIds = table->GetAllColumnIDs();
+    for (const WideString& rowId : table->GetAllRowIDs()) {
+        for (const WideString& columnId : columnIds) {
+            value.clear();
+            Tally(tally, table->GetValue(rowId.c_str(), columnId.c_str(), language, value), value);
+        }
+    }
+    return tally;
+}
+
 CellTally ReadRow(CEncapFamily& family, const std::wstring& rowId) {
     CellTally tally;
     CEncapFamilyTable* table = family.GetEncapFamilyTable();

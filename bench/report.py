@@ -17,6 +17,7 @@ UNIT_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 SCALED = [
     "Torvex/Open",
     "Torvex/FirstEvaluation",
+    "Torvex/SecondLanguageRead",
     "Torvex/WarmRead",
     "Torvex/SetValueRow",
     "Torvex/Close",
