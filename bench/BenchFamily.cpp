@@ -46,19 +46,7 @@ std::unique_ptr<CEncapFamily> OpenFamily(const GeneratedFamily& family,
 }
 
 CellTally ReadAllCells(CEncapFamily& family) {
-    CellTally tally;
-    CEncapFamilyTable* table = family.GetEncapFamilyTable();
-    if (!table)
-        return tally;
-    WideString value;
-    const WideStringList columnIds = table->GetAllColumnIDs();
-    for (const WideString& rowId : table->GetAllRowIDs()) {
-        for (const WideString& columnId : columnIds) {
-            value.clear();
-            Tally(tally, table->GetValue(rowId.c_str(), columnId.c_str(), value), value);
-        }
-    }
-    return tally;
+    return ReadAllCells(family, nullptr);
 }
 
 CellTally ReadAllCells(CEncapFamily& family, const wchar_t* language) {
@@ -71,7 +59,10 @@ CellTally ReadAllCells(CEncapFamily& family, const wchar_t* language) {
     for (const WideString& rowId : table->GetAllRowIDs()) {
         for (const WideString& columnId : columnIds) {
             value.clear();
-            Tally(tally, table->GetValue(rowId.c_str(), columnId.c_str(), language, value), value);
+            Tally(tally,
+                  language ? table->GetValue(rowId.c_str(), columnId.c_str(), language, value)
+                           : table->GetValue(rowId.c_str(), columnId.c_str(), value),
+                  value);
         }
     }
     return tally;

@@ -33,8 +33,8 @@ std::unique_ptr<CEncapFamily> OpenFamily(const GeneratedFamily& family,
 /// Reads every cell through CEncapFamilyTable::GetValue, row by row in document order, columns
 /// in document order. An empty tally for a family without a table.
 CellTally ReadAllCells(CEncapFamily& family);
-/// The same in the language given (a string document's tag), as a reader of another language
-/// sees the table.
+/// The same in the language given (a string document's tag; null: the actual language), as a
+/// reader of another language sees the table.
 CellTally ReadAllCells(CEncapFamily& family, const wchar_t* language);
 
 /// Reads every cell of one row. An empty tally for a family without a table.

@@ -173,10 +173,12 @@ TEST(FamilyProperties, EachSetterWritesItsPlaces) {
     for (const auto& c : cases) {
         auto family = OpenFamily(kFamily.c_str(), {kEnglish, kGerman});
         c.set(*family, L"New");
-        if (c.attribute)
+        if (c.attribute) {
             EXPECT_EQ(Attribute(*family, c.attribute), L"New") << c.name;
-        if (c.parameter)
+        }
+        if (c.parameter) {
             EXPECT_EQ(Constant(*family, c.parameter), L"New") << c.name;
+        }
         for (int i = 0; i < 2; ++i) {
             XMLParser strings;
             ASSERT_TRUE(family->GetStringsFamilyXML(i, strings));
@@ -186,8 +188,9 @@ TEST(FamilyProperties, EachSetterWritesItsPlaces) {
             EXPECT_EQ(has, c.element != nullptr) << c.name;
             WideString text;
             element.GetNodeText(text);
-            if (c.element)
+            if (c.element) {
                 EXPECT_EQ(text, L"New") << c.name;
+            }
         }
         // No member is touched by the named setters themselves.
         EXPECT_EQ(MemberRevision(*family), L"m1") << c.name;
@@ -219,12 +222,14 @@ TEST(FamilyProperties, NumberedDispatchAndTheRevisionsItBumps) {
         const auto type = static_cast<FamilyPropType>(c.type);
         EXPECT_EQ(family->SetFamilyProperty(type, L"x"), c.settable) << c.type;
         EXPECT_EQ(MemberRevision(*family) != L"m1", c.bumps) << c.type;
-        if (!c.settable)
+        if (!c.settable) {
             EXPECT_EQ(RootXml(*family), before) << c.type;
+        }
         WideString out = L"untouched";
         EXPECT_EQ(family->GetFamilyProperty(type, out), c.type >= 0 && c.type <= 11) << c.type;
-        if (c.settable)
+        if (c.settable) {
             EXPECT_EQ(out, L"x") << c.type; // read back from where the set wrote it
+        }
     }
     // The two read-only properties read.
     auto family = OpenFamily(kFamily.c_str());

@@ -181,20 +181,12 @@ const wchar_t* Text(const wchar_t* text) {
     return text ? text : L"";
 }
 
-WideString Path(std::initializer_list<const wchar_t*> steps) {
-    WideString path;
-    for (const wchar_t* step : steps) {
-        if (!path.empty())
-            path += L'/';
-        path += step;
-    }
-    return path;
-}
+using FamilyNames::JoinSteps;
 
 // ParameterMap/FamilyParametersMap/ParamsToTemplate
 const WideString& ConstantsPath() {
     static const WideString path =
-        Path({N::ElemParameterMap, N::ElemFamilyParametersMap, N::ElemParamsToTemplate});
+        JoinSteps({N::ElemParameterMap, N::ElemFamilyParametersMap, N::ElemParamsToTemplate});
     return path;
 }
 
@@ -416,7 +408,8 @@ void CEncapFamily::UpdateEditStatus(unsigned long bits) {
 
 void CEncapFamily::GetThumbnailPath(WideString& out) const {
     XMLNode file;
-    if (m_familyXml.GetRootNode().GetChildNode(Path({N::ElemThumbnail, N::ElemFile}).c_str(), file))
+    if (m_familyXml.GetRootNode().GetChildNode(JoinSteps({N::ElemThumbnail, N::ElemFile}).c_str(),
+                                               file))
         file.GetProperty(N::AttrFullFileName, out);
 }
 
@@ -444,8 +437,8 @@ void CEncapFamily::GetParentFamilyName(WideString& out) const {
 
 void CEncapFamily::GetCategoryID(WideString& out) const {
     // Categories/Category[@Hidden="false"], then down through the first Category at each level.
-    const WideString path = Path({N::ElemCategories, N::ElemCategory}) + L"[@" + N::AttrHidden +
-                            L"=\"" + N::ValueFalse + L"\"]";
+    const WideString path = JoinSteps({N::ElemCategories, N::ElemCategory}) + L"[@" +
+                            N::AttrHidden + L"=\"" + N::ValueFalse + L"\"]";
     XMLNode category;
     if (!m_familyXml.GetRootNode().GetChildNode(path.c_str(), category))
         return;
@@ -601,7 +594,8 @@ void CEncapFamily::SetCatParamConstValue(const wchar_t* name, const wchar_t* val
             // The value reaches a template: every member is touched.
             XMLNode reaches;
             if (constant.GetChildNode(
-                    Path({N::ElemTemplatesParameter, N::ElemTemplateParameter}).c_str(), reaches) &&
+                    JoinSteps({N::ElemTemplatesParameter, N::ElemTemplateParameter}).c_str(),
+                    reaches) &&
                 m_table)
                 m_table->BumpAllMemberRevisions(nullptr);
         }
@@ -632,10 +626,10 @@ long CEncapFamily::SetTemplateParameterValue(const wchar_t* templateName,
         return 1;
     // ParamTemplateValue/TemplatesParameter[TemplateParameter/@ParameterId = "<id>"]
     //   [TemplateParameter/@TemplateName = "<name>"]: two conditions that stand apart.
-    const WideString path = Path({N::ElemParamTemplateValue, N::ElemTemplatesParameter}) + L"[" +
-                            N::ElemTemplateParameter + L"/@" + N::AttrParameterId + L" = \"" +
-                            Text(parameterId) + L"\"][" + N::ElemTemplateParameter + L"/@" +
-                            N::AttrTemplateName + L" = \"" + Text(templateName) + L"\"]";
+    const WideString path = JoinSteps({N::ElemParamTemplateValue, N::ElemTemplatesParameter}) +
+                            L"[" + N::ElemTemplateParameter + L"/@" + N::AttrParameterId +
+                            L" = \"" + Text(parameterId) + L"\"][" + N::ElemTemplateParameter +
+                            L"/@" + N::AttrTemplateName + L" = \"" + Text(templateName) + L"\"]";
     XMLNode target;
     if (!constants.GetChildNode(path.c_str(), target))
         return 1;
@@ -740,8 +734,8 @@ void CEncapFamily::DeleteLocalizedCellsValues(const wchar_t* rowId, const wchar_
 bool CEncapFamily::SaveFamilyStringsXMLs() {
     XMLNode file;
     WideString fullName;
-    if (!m_familyXml.GetRootNode().GetChildNode(Path({N::ElemFamilyStrings, N::ElemFile}).c_str(),
-                                                file) ||
+    if (!m_familyXml.GetRootNode().GetChildNode(
+            JoinSteps({N::ElemFamilyStrings, N::ElemFile}).c_str(), file) ||
         !file.GetProperty(N::AttrFullFileName, fullName) || fullName.empty())
         return false;
     // The folder ends at the last separator; a name without one gives no folder, and no file

@@ -3,7 +3,22 @@
 // Names compare exactly, as spelled. XPath expressions are put together from these constants,
 // with no escaping of the values inserted into them.
 
+#include "torvex/platform/WideString.h"
+
+#include <initializer_list>
+
 namespace torvex::FamilyNames {
+
+/// Element names joined into a child path ("A/B/C"), as the XPath lookups are put together.
+inline WideString JoinSteps(std::initializer_list<const wchar_t*> steps) {
+    WideString path;
+    for (const wchar_t* step : steps) {
+        if (!path.empty())
+            path += L'/';
+        path += step;
+    }
+    return path;
+}
 
 // Elements of the family document.
 inline constexpr const wchar_t* ElemCategories = L"Categories";

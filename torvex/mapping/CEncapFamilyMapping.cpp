@@ -22,20 +22,12 @@ namespace {
 using platform::EqualsIgnoringAsciiCase;
 namespace N = FamilyNames;
 
-WideString Path(std::initializer_list<const wchar_t*> steps) {
-    WideString path;
-    for (const wchar_t* step : steps) {
-        if (!path.empty())
-            path += L'/';
-        path += step;
-    }
-    return path;
-}
+using FamilyNames::JoinSteps;
 
 // MemberParametersMap/ParamsToColumn/ParamToColumn
 const WideString& ParamToColumnPath() {
     static const WideString path =
-        Path({N::ElemMemberParametersMap, N::ElemParamsToColumn, N::ElemParamToColumn});
+        JoinSteps({N::ElemMemberParametersMap, N::ElemParamsToColumn, N::ElemParamToColumn});
     return path;
 }
 
@@ -107,7 +99,7 @@ void CEncapFamilyMapping::InitializeData() {
 
     XMLNodeArray columnsToTemplate;
     m_parameterMap.SelectChildNodes(
-        Path({N::ElemMemberParametersMap, N::ElemColumnsToTemplate, N::ElemColumnToTemplate})
+        JoinSteps({N::ElemMemberParametersMap, N::ElemColumnsToTemplate, N::ElemColumnToTemplate})
             .c_str(),
         columnsToTemplate);
     for (const XMLNode& node : columnsToTemplate) {
@@ -232,7 +224,7 @@ bool CEncapFamilyMapping::FindVisibleColumn(const wchar_t* columnId, XMLNode& co
     if (!m_family)
         return false;
     const XMLNode root = m_family->GetFamilyXML().GetRootNode();
-    const WideString columns = Path({N::ElemFamilyTable, N::ElemColumns, N::ElemColumn});
+    const WideString columns = JoinSteps({N::ElemFamilyTable, N::ElemColumns, N::ElemColumn});
     if (m_loadIndex) {
         if (!Addressable(columnId))
             return false;
@@ -299,7 +291,7 @@ void CEncapFamilyMapping::InitializeColumnData(CEncapFamilyColumn* column) {
 
     XMLNodeArray entries;
     driven->GetXMLNode().SelectChildNodes(
-        Path({N::ElemTemplatesParameter, N::ElemTemplateParameter}).c_str(), entries);
+        JoinSteps({N::ElemTemplatesParameter, N::ElemTemplateParameter}).c_str(), entries);
     for (const XMLNode& entry : entries) {
         int id = 0;
         entry.GetProperty(N::AttrParameterId, id);
@@ -359,7 +351,7 @@ bool CEncapFamilyMapping::IsPropertyAlreadyUsed(const wchar_t* objectRefKey,
     //   and translate(@SubObjectId,'A..Z','a..z')="<sub>"]: only ASCII letters fold.
     const wchar_t* upper = L",'ABCDEFGHIJKLMNOPQRSTUVWXYZ'";
     const wchar_t* lower = L",'abcdefghijklmnopqrstuvwxyz'";
-    const WideString path = Path({N::ElemFamilyTemplate, N::ElemGeneralizedParameter}) +
+    const WideString path = JoinSteps({N::ElemFamilyTemplate, N::ElemGeneralizedParameter}) +
                             L"[translate(@" + N::AttrObjectReferenceKey + upper + lower + L")=\"" +
                             AsciiLowerCopy(objectRefKey) + L"\" and translate(@" +
                             N::AttrSubObjectId + upper + lower + L")=\"" +
@@ -376,7 +368,7 @@ bool CEncapFamilyMapping::IsPropertyAlreadyUsed(const wchar_t* objectRefKey,
     //   @ParameterId="<id>" ]
     const WideString used =
         L"//" +
-        Path({N::ElemColumnToTemplate, N::ElemTemplatesParameter, N::ElemTemplateParameter}) +
+        JoinSteps({N::ElemColumnToTemplate, N::ElemTemplatesParameter, N::ElemTemplateParameter}) +
         L"[@" + N::AttrTemplateName + L"=\"" + templateName + L"\" and @" + N::AttrParameterId +
         L"=\"" + std::to_wstring(id) + L"\" ]";
     XMLNode found;
@@ -392,7 +384,7 @@ constexpr const wchar_t* kNoUnit = L"ul";
 
 // TemplatesParameter/TemplateParameter
 const WideString& TemplateEntriesPath() {
-    static const WideString path = Path({N::ElemTemplatesParameter, N::ElemTemplateParameter});
+    static const WideString path = JoinSteps({N::ElemTemplatesParameter, N::ElemTemplateParameter});
     return path;
 }
 
@@ -455,7 +447,7 @@ CEncapFamilyMapping::EnsureMemberColToTemplate(const WideString& columnId) {
         return held;
     XMLNode columnsToTemplate;
     if (!m_parameterMap.GetChildNode(
-            Path({N::ElemMemberParametersMap, N::ElemColumnsToTemplate}).c_str(),
+            JoinSteps({N::ElemMemberParametersMap, N::ElemColumnsToTemplate}).c_str(),
             columnsToTemplate))
         return nullptr;
     XMLNode node = columnsToTemplate.AddNode(N::ElemColumnToTemplate, nullptr, N::AttrTableColumn,
@@ -708,7 +700,7 @@ bool CEncapFamilyMapping::RemoveParamToConstantMapping(const wchar_t* parameter)
     //   @CategoryParameter = "<parameter>"]; only when that can't be asked (a double quote in
     // the parameter), the same with ms:string-compare ignoring case.
     const WideString values =
-        Path({N::ElemFamilyParametersMap, N::ElemParamsToTemplate, N::ElemParamTemplateValue});
+        JoinSteps({N::ElemFamilyParametersMap, N::ElemParamsToTemplate, N::ElemParamTemplateValue});
     const WideString exact = values + L"[" + N::ElemCategoryParameterRef + L"/@" +
                              N::AttrCategoryParameter + L" = \"" + parameter + L"\"]";
     XMLNodeArray found;
