@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <unordered_set>
 
 namespace torvex {
 namespace {
@@ -666,6 +667,69 @@ CEncapFamilyColumn* CEncapFamilyTable::InsertNewColumn(int index, const wchar_t*
         m_cache->DetachFile();
     }
     return column;
+}
+
+// ---- Export ----
+
+bool CEncapFamilyTable::GetXml(WideString& out) const {
+    return m_node.GetXml(out);
+}
+
+bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
+    // A new document whose root is a deep copy of the FamilyTable element.
+    XMLParser copy;
+    copy.CreateXmlDocument(L"UTF-16");
+    // The document node is reached through a placeholder root, which then makes room.
+    XMLNode placeholder = copy.AddNode(FamilyNames::ElemFamilyTable);
+    XMLNode document = placeholder.GetParentNode();
+    placeholder.RemoveThisNode(true);
+    XMLNode table = document.AppendChild(m_node.CloneNode(true));
+    if (!table.IsNode())
+        return false;
+
+    // Reads go through GetValue, which fills the value cache: the table stays logically const.
+    auto* self = const_cast<CEncapFamilyTable*>(this);
+    XMLNode rows;
+    table.GetChildNode((L"./" + WideString(FamilyNames::ElemRows)).c_str(), rows);
+    XMLNode row;
+    if (rows.IsNode() && rows.GetFirstChildNode(row)) {
+        for (; row.IsNode(); row.GetNextSibling(row)) {
+            if (row.GetNodeType() != XMLNode::NodeElement)
+                continue;
+            WideString rowId;
+            if (!row.GetProperty(FamilyNames::AttrRowId, rowId))
+                return false;
+            std::unordered_set<WideString> seen;
+            XMLNode cell;
+            row.GetFirstChildNode(cell);
+            for (; cell.IsNode(); cell.GetNextSibling(cell)) {
+                if (cell.GetNodeType() != XMLNode::NodeElement)
+                    continue;
+                WideString columnId;
+                if (!cell.GetProperty(FamilyNames::AttrColumnId, columnId))
+                    return false;
+                WideString value;
+                if (self->GetValue(rowId.c_str(), columnId.c_str(), value) ==
+                    CTableEvaluator::EvalOk)
+                    cell.SetNodeText(value);
+                seen.insert(std::move(columnId));
+            }
+            for (const WideString& columnId : m_columnIds) {
+                if (seen.count(columnId))
+                    continue;
+                WideString value;
+                if (self->GetValue(rowId.c_str(), columnId.c_str(), value) ==
+                    CTableEvaluator::EvalOk)
+                    row.AddNode(FamilyNames::ElemCell, value.c_str(), FamilyNames::AttrColumnId,
+                                columnId.c_str());
+            }
+        }
+    }
+    WideString text;
+    if (!copy.GetXml(text))
+        return false;
+    out = std::move(text);
+    return true;
 }
 
 } // namespace torvex

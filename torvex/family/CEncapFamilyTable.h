@@ -187,6 +187,18 @@ public:
     /// ignoring case exists, or the element can't be made.
     CEncapFamilyColumn* InsertNewColumn(int index, const wchar_t* columnId);
 
+    // Export.
+
+    /// The FamilyTable element as text; false for a table without a node.
+    bool GetXml(WideString& out) const;
+    /// A copy of the FamilyTable element in which every cell holds its value in the actual
+    /// language: a cell that evaluates with result 0 gets its value, any other keeps its raw text;
+    /// a column without a cell in a row gets one, at the row's end in column order, when it
+    /// evaluates with result 0. Values stay cached. False, and `out` unchanged, when a Row has
+    /// no RowId or a child of a row no ColumnId, or the copy can't be made. The family document
+    /// is not changed.
+    bool GetEvaluatedXml(WideString& out) const;
+
 private:
     friend class CEncapFamily;
     friend class CEncapFamilyRow;
