@@ -43,6 +43,14 @@ struct PropsOptions {
     size_t width = 0;            // 0: the terminal's width
 };
 
+struct ExportOptions {
+    FamilyInput input;
+    bool evaluated = false; // every cell evaluated
+    bool merged = false;    // the family with its string documents in one document
+    std::string materials;  // materials table for the provider; empty: none
+    std::string output;     // empty: standard output
+};
+
 struct MappingOptions {
     FamilyInput input;
     std::string format = "text"; // text or json
@@ -71,6 +79,10 @@ int RunGraph(const GraphOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex props`: every family property and the category parameter constants in the actual
 /// language. 0, or 1 when the family does not open.
 int RunProps(const PropsOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex export`: the table as XML (as it stands, or evaluated), or the merged family. 0, 1
+/// when the family does not open or can't be exported or written, 2 for both --evaluated and
+/// --merged.
+int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex mapping`: templates with their parameter trees and what each column drives. 0, or 1
 /// when the family does not open.
 int RunMapping(const MappingOptions& options, std::ostream& out, std::ostream& err);

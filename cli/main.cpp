@@ -77,6 +77,24 @@ int main(int argc, char** argv) {
     propsCommand->add_option("--width,-w", props.width,
                              "Width of text output in characters (default: the terminal's)");
 
+    ExportOptions exportOptions;
+    CLI::App* exportCommand = app.add_subcommand(
+        "export", "Write a family's table as XML: as it stands, with every cell evaluated "
+                  "(--evaluated), or the family merged with its string documents (--merged)");
+    AddFamilyOptions(exportCommand, exportOptions.input, true);
+    AddLocalizeOption(exportCommand, exportOptions.input);
+    exportCommand->add_flag("--evaluated", exportOptions.evaluated,
+                            "Every cell holds its value in the actual language; cells that fail "
+                            "keep their raw text or stay absent");
+    exportCommand->add_flag("--merged", exportOptions.merged,
+                            "The family document with every string document below its root and "
+                            "no reference to string files");
+    exportCommand->add_option("--materials,-m", exportOptions.materials,
+                              "Materials table for material names (see examples/materials.tsv)");
+    exportCommand->add_option("--output,-o", exportOptions.output,
+                              "Write to FILE (beside it first, then renamed over it) instead of "
+                              "standard output");
+
     MappingOptions mapping;
     CLI::App* mappingCommand = app.add_subcommand(
         "mapping", "Print a family's templates with their parameter trees, and what each column "
@@ -127,6 +145,8 @@ int main(int argc, char** argv) {
             return RunGraph(graph, std::cout, std::cerr);
         if (propsCommand->parsed())
             return RunProps(props, std::cout, std::cerr);
+        if (exportCommand->parsed())
+            return RunExport(exportOptions, std::cout, std::cerr);
         if (mappingCommand->parsed())
             return RunMapping(mapping, std::cout, std::cerr);
         if (tocCommand->parsed())

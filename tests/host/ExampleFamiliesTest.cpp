@@ -9,6 +9,7 @@
 #include "torvex/platform/Files.h"
 #include "torvex/platform/NumberText.h"
 #include "torvex/platform/Utf16.h"
+#include "torvex/xml/XMLParser.h"
 
 #include <gtest/gtest.h>
 
@@ -133,6 +134,40 @@ TEST(ExampleFamilies, QuotientsKeepEightDigits) {
     for (const WideString& row : table->GetAllRowIDs()) {
         const double expected = Number(*table, row, L"m") / Number(*table, row, L"P");
         EXPECT_EQ(Value(*table, row, L"THREAD_TURNS"), platform::FormatGeneral(expected, 8));
+    }
+}
+
+} // namespace
+} // namespace torvex
+
+namespace torvex {
+namespace {
+
+// The evaluated export of each example family, parsed back, holds in every cell what a reader of
+// the table gets from GetValue (a fresh family each, so neither reads the other's cache).
+TEST(ExampleFamilies, EvaluatedExportHoldsTheTableValues) {
+    for (const char* folder : {"iso4762", "iso4032", "iso7089"}) {
+        SCOPED_TRACE(folder);
+        WideString xml;
+        ASSERT_TRUE(OpenExample(folder)->GetEncapFamilyTable()->GetEvaluatedXml(xml));
+        XMLParser exported;
+        ASSERT_TRUE(exported.SetXml(xml.c_str()));
+        auto family = OpenExample(folder);
+        CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+        size_t cells = 0;
+        for (const WideString& row : table.GetAllRowIDs()) {
+            for (const WideString& column : table.GetAllColumnIDs()) {
+                XMLNode cell;
+                ASSERT_TRUE(exported.GetRootNode().GetChildNode(
+                    (L"Rows/Row[@RowId='" + row + L"']/Cell[@ColumnId='" + column + L"']").c_str(),
+                    cell));
+                WideString text;
+                cell.GetNodeText(text);
+                EXPECT_EQ(text, Value(table, row, column.c_str()));
+                ++cells;
+            }
+        }
+        EXPECT_EQ(cells, table.GetRowsCount() * table.GetColumnsCount());
     }
 }
 
