@@ -51,6 +51,13 @@ struct ExportOptions {
     std::string output;     // empty: standard output
 };
 
+struct DiffRevisionsOptions {
+    std::string copyPath;
+    std::string sourcePath;
+    std::string format = "text"; // text or json
+    size_t width = 0;            // 0: the terminal's width
+};
+
 struct MappingOptions {
     FamilyInput input;
     std::string format = "text"; // text or json
@@ -83,6 +90,9 @@ int RunProps(const PropsOptions& options, std::ostream& out, std::ostream& err);
 /// when the family does not open or can't be exported or written, 2 for both --evaluated and
 /// --merged.
 int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex diff-revisions`: the members of a linked copy that changed at the source since the
+/// link. 0, or 1 when a family does not open or the copy is not linked.
+int RunDiffRevisions(const DiffRevisionsOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex mapping`: templates with their parameter trees and what each column drives. 0, or 1
 /// when the family does not open.
 int RunMapping(const MappingOptions& options, std::ostream& out, std::ostream& err);

@@ -95,6 +95,18 @@ int main(int argc, char** argv) {
                               "Write to FILE (beside it first, then renamed over it) instead of "
                               "standard output");
 
+    DiffRevisionsOptions diff;
+    CLI::App* diffCommand = app.add_subcommand(
+        "diff-revisions", "List the members of a linked copy that changed at its source since the "
+                          "link was made (SOURCE_MEMBER_REVISION against the source's "
+                          "MEMBER_REVISION)");
+    diffCommand->add_option("copy", diff.copyPath, "The linked copy (family XML)")->required();
+    diffCommand->add_option("source", diff.sourcePath, "Its source family (XML)")->required();
+    diffCommand->add_option("--format,-f", diff.format, "Output format")
+        ->check(CLI::IsMember({"text", "json"}));
+    diffCommand->add_option("--width,-w", diff.width,
+                            "Width of text output in characters (default: the terminal's)");
+
     MappingOptions mapping;
     CLI::App* mappingCommand = app.add_subcommand(
         "mapping", "Print a family's templates with their parameter trees, and what each column "
@@ -147,6 +159,8 @@ int main(int argc, char** argv) {
             return RunProps(props, std::cout, std::cerr);
         if (exportCommand->parsed())
             return RunExport(exportOptions, std::cout, std::cerr);
+        if (diffCommand->parsed())
+            return RunDiffRevisions(diff, std::cout, std::cerr);
         if (mappingCommand->parsed())
             return RunMapping(mapping, std::cout, std::cerr);
         if (tocCommand->parsed())
