@@ -646,6 +646,18 @@ long CEncapFamily::SetTemplateParameterValue(const wchar_t* templateName,
     return 0;
 }
 
+void CEncapFamily::ReleaseColumnMapping(const CEncapFamilyColumn* column) {
+    // The mapping's own release of the column (its ColumnToTemplate and ParamToColumn entries)
+    // belongs here too, through CEncapFamilyMapping::RemoveColumnMapping.
+    WideStringList names;
+    m_categoryParamColumns.ForEach([&](const WideString& name, CEncapFamilyColumn* bearer) {
+        if (bearer == column)
+            names.push_back(name);
+    });
+    for (const WideString& name : names)
+        m_categoryParamColumns.RemoveKey(name);
+}
+
 CEncapFamilyColumn* CEncapFamily::GetCategoryParamColumn(const wchar_t* name) {
     if (!name)
         return nullptr;

@@ -220,6 +220,9 @@ private:
     void ClearData();
     /// Lets the mapping set the column's flags and binding; nothing without a mapping.
     void InitializeColumnData(CEncapFamilyColumn* column);
+    /// Lets go of everything that ties a column that is being deleted to the mapping. Never
+    /// fails.
+    void ReleaseColumnMapping(const CEncapFamilyColumn* column);
 
     /// Localized cell text (CellString) in the language: 0 found, 1 for an unknown language or
     /// no such element (`out` untouched).
