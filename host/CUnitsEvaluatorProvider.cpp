@@ -104,9 +104,9 @@ int32_t CUnitsEvaluatorProvider::ConvertUnits(const wchar_t* valueText, const wc
             return status;
         }
         // The library names the internal unit "cm" whatever the kind it converts to: "cm"
-        // towards a unit of another kind is that kind's internal unit (rad, kg, ...).
-        if (std::wcscmp(fromUnit, L"cm") == 0 && !to.none && !to.dimension.IsPlain() &&
-            !(from.dimension == to.dimension)) {
+        // towards a unit of another kind is that kind's internal unit (rad, kg, the plain
+        // number one for "%", ...).
+        if (std::wcscmp(fromUnit, L"cm") == 0 && !to.none && !(from.dimension == to.dimension)) {
             from = CUnitSystem::Unit();
             from.dimension = to.dimension;
         }
