@@ -112,7 +112,8 @@ int ChooseImage(const ICONRESOURCE& icon, const Wanted& wanted, bool exact, bool
         const ICONIMAGE& image = icon.IconImages[i];
         if (!png && IsPng(image))
             continue;
-        if (exact && wanted.hasSize && (image.Width != wanted.width || image.Height != wanted.height))
+        if (exact && wanted.hasSize &&
+            (image.Width != wanted.width || image.Height != wanted.height))
             continue;
         if (exact && wanted.bits && image.Colors != wanted.bits)
             continue;
@@ -147,7 +148,8 @@ ResourcePtr ReadIcon(Kind kind, const IconOptions& options, CIcons& icons, std::
             err << "torvex: " << options.input << " has " << groups.size()
                 << " icon groups; name one with --resource";
             for (size_t i = 0; i < groups.size(); ++i)
-                err << (i ? ", " : " (") << ToUtf8(groups[i].ToString()) << (i + 1 == groups.size() ? ")" : "");
+                err << (i ? ", " : " (") << ToUtf8(groups[i].ToString())
+                    << (i + 1 == groups.size() ? ")" : "");
             err << '\n';
             code = kExitUsage;
             return nullptr;
@@ -195,9 +197,10 @@ std::string RowsJson(const std::vector<ImageRow>& rows, const std::string& inden
     out << "[";
     for (size_t i = 0; i < rows.size(); ++i) {
         const ImageRow& r = rows[i];
-        out << (i ? "," : "") << "\n" << indent << "  {\"width\": " << r.width
-            << ", \"height\": " << r.height << ", \"bits\": " << r.bits << ", \"bytes\": " << r.bytes
-            << ", \"stored\": \"" << (r.png ? "PNG" : "DIB") << "\"}";
+        out << (i ? "," : "") << "\n"
+            << indent << "  {\"width\": " << r.width << ", \"height\": " << r.height
+            << ", \"bits\": " << r.bits << ", \"bytes\": " << r.bytes << ", \"stored\": \""
+            << (r.png ? "PNG" : "DIB") << "\"}";
     }
     out << (rows.empty() ? "]" : "\n" + indent + "]");
     return out.str();
@@ -214,10 +217,10 @@ int RunInfo(const IconOptions& options, Kind kind, CIcons& icons, std::ostream& 
         if (!block)
             return kExitFailed;
         const uint8_t* b = block.get();
-        const uint32_t bytes = 40u + CDib::PaletteSize(b) +
-                               CDib::BytesPerLine(b) * uint32_t(DibHeight(b));
-        const std::vector<ImageRow> rows{
-            {uint32_t(DibWidth(b)), uint32_t(DibHeight(b)), uint32_t(DibBitCount(b)), bytes, false}};
+        const uint32_t bytes =
+            40u + CDib::PaletteSize(b) + CDib::BytesPerLine(b) * uint32_t(DibHeight(b));
+        const std::vector<ImageRow> rows{{uint32_t(DibWidth(b)), uint32_t(DibHeight(b)),
+                                          uint32_t(DibBitCount(b)), bytes, false}};
         if (json)
             out << "{\n  \"file\": " << JsonString(options.input)
                 << ",\n  \"kind\": \"bitmap\",\n  \"images\": " << RowsJson(rows, "  ") << "\n}\n";
@@ -317,7 +320,8 @@ bool Convert(CIcons& icons, const uint8_t* dib, const Wanted& wanted, bool stret
 bool EndsWith(std::string text, const std::string& suffix) {
     for (char& c : text)
         c = char(std::tolower(static_cast<unsigned char>(c)));
-    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+    return text.size() >= suffix.size() &&
+           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
 int RunConvert(const IconOptions& options, Kind kind, CIcons& icons, const Wanted& wanted,
@@ -363,9 +367,9 @@ int RunConvert(const IconOptions& options, Kind kind, CIcons& icons, const Wante
             err << "torvex: image " << chosen + 1 << " is stored as PNG, not as a DIB\n";
             return kExitFailed;
         }
-        const bool matches = (!wanted.hasSize || (image->Width == wanted.width &&
-                                                  image->Height == wanted.height)) &&
-                             (!wanted.bits || image->Colors == wanted.bits);
+        const bool matches =
+            (!wanted.hasSize || (image->Width == wanted.width && image->Height == wanted.height)) &&
+            (!wanted.bits || image->Colors == wanted.bits);
         if (!matches) {
             const std::vector<uint8_t> dib = ImageDib(*image);
             if (!Convert(icons, dib.data(), wanted, options.stretch, converted)) {

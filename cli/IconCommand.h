@@ -18,10 +18,10 @@ struct IconOptions {
     std::string output;
     std::string resource; // icon group of an executable: a name, or "#123"
     std::string format = "text";
-    std::string size;      // "WxH"
-    unsigned bits = 0;     // 0: not given
+    std::string size;  // "WxH"
+    unsigned bits = 0; // 0: not given
     bool stretch = false;
-    unsigned index = 0;    // 1-based image number; 0: not given
+    unsigned index = 0; // 1-based image number; 0: not given
     CLI::App* info = nullptr;
     CLI::App* convert = nullptr;
     CLI::App* png = nullptr;
