@@ -21,13 +21,13 @@
 namespace torvex::cli {
 namespace {
 
-struct ActionSpec {
+struct ActionForm {
     const char* name;
     size_t arguments;
 };
 
 // Each action with the number of arguments it takes; --insert-row takes one optionally.
-constexpr ActionSpec kActions[] = {
+constexpr ActionForm kActions[] = {
     {"--set", 3},        {"--formula", 2},     {"--insert-row", 0},       {"--copy-row", 1},
     {"--delete-row", 1}, {"--add-column", 1},  {"--duplicate-column", 2}, {"--delete-column", 1},
     {"--move-row", 2},   {"--move-column", 2}, {"--set-property", 2},
@@ -368,15 +368,15 @@ bool ParseEditArguments(const std::vector<std::string>& words, EditOptions& opti
         } else if (word == "--localize") {
             options.input.localize = true;
         } else if (word.rfind("--", 0) == 0) {
-            const ActionSpec* spec = nullptr;
-            for (const ActionSpec& action : kActions)
-                spec = word == action.name ? &action : spec;
-            if (!spec) {
+            const ActionForm* form = nullptr;
+            for (const ActionForm& action : kActions)
+                form = word == action.name ? &action : form;
+            if (!form) {
                 error = "unknown option " + word;
                 return false;
             }
             EditAction action{word, {}};
-            size_t wanted = spec->arguments;
+            size_t wanted = form->arguments;
             if (word == "--insert-row" && i + 1 < words.size() && IsInteger(words[i + 1]))
                 wanted = 1;
             if (i + wanted >= words.size()) {
