@@ -1,16 +1,64 @@
-// torvex check: every column formula checked with the table's syntax check.
+// torvex check: every column formula checked with the table's syntax check, every row's values
+// against their column, and on request the repair of cells that no longer fit their column.
 
 #include "Commands.h"
 
+#include "FamilySave.h"
 #include "HostProvider.h"
 #include "ResultNames.h"
 
 #include "torvex/family/CEncapFamilyColumn.h"
 #include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/platform/Files.h"
+#include "torvex/platform/Utf16.h"
+#include "torvex/xml/XMLNodeArray.h"
 
 namespace torvex::cli {
 
+namespace {
+
+// Number of Cell elements in the table.
+size_t CellCount(const CEncapFamilyTable& table) {
+    XMLNodeArray cells;
+    table.GetXMLNode().SelectChildNodes(L"Rows/Row/Cell", cells);
+    return static_cast<size_t>(cells.GetSize());
+}
+
+int Repair(CEncapFamily& family, const CheckOptions& options, std::ostream& out,
+           std::ostream& err) {
+    CEncapFamilyTable& table = *family.GetEncapFamilyTable();
+    const std::vector<WideString> stringsBefore = StringTexts(family);
+    const size_t before = CellCount(table);
+    const WideStringList columnIds = table.GetAllColumnIDs();
+    for (const WideString& id : columnIds)
+        table.ValidateAndRepairColumnData(table.GetFamilyColumnByID(id.c_str()));
+    const size_t removed = before - CellCount(table);
+    out << "repair: " << removed << (removed == 1 ? " cell" : " cells") << " removed\n";
+    std::string bytes, error;
+    platform::ReadFileBytes(platform::FromUtf8(options.input.familyPath), bytes);
+    std::vector<std::string> written;
+    const std::string& target = options.inPlace ? options.input.familyPath : options.output;
+    if (!SaveFamily(family, target, DetectEncoding(bytes), StringTexts(family) != stringsBefore,
+                    written, error)) {
+        err << "torvex: " << error << '\n';
+        return kExitFailed;
+    }
+    for (const std::string& path : written)
+        out << "wrote " << path << '\n';
+    return kExitOk;
+}
+
+} // namespace
+
 int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) {
+    if (options.repair && options.inPlace == !options.output.empty()) {
+        err << "torvex check: --repair needs either --in-place or --output FILE\n";
+        return kExitUsage;
+    }
+    if (!options.repair && (options.inPlace || !options.output.empty())) {
+        err << "torvex check: --in-place and --output go with --repair\n";
+        return kExitUsage;
+    }
     std::string error;
     auto provider = MakeUnitsProvider({}, err, error);
     auto family = provider ? OpenFamily(options.input, std::move(provider), error) : nullptr;
@@ -43,8 +91,25 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) 
             out << Narrow(id) << ": " << Narrow(formula) << ": " << ResultName(result) << '\n';
         }
     }
+    // Every row's value against its column: the first row of each column that doesn't fit.
+    for (const WideString& id : table.GetAllColumnIDs()) {
+        const CEncapFamilyColumn* column = table.GetFamilyColumnByID(id.c_str());
+        if (!column || column->GetDataType() == DataTypes::DataString)
+            continue;
+        const int bad = table.CheckRangeColumnData(id.c_str(), nullptr);
+        if (bad < 0)
+            continue;
+        ++problems;
+        const WideString rowId = table.GetRowIDByIndex(bad);
+        WideString value;
+        table.GetValue(rowId.c_str(), id.c_str(), value);
+        out << Narrow(id) << ": row " << bad + 1 << " (" << Narrow(rowId) << "): \""
+            << Narrow(value) << "\" doesn't fit the column\n";
+    }
     out << options.input.familyPath << ": " << checked << (checked == 1 ? " formula" : " formulas")
         << " checked, " << problems << (problems == 1 ? " problem" : " problems") << '\n';
+    if (options.repair)
+        return Repair(*family, options, out, err);
     return problems ? kExitFailed : kExitOk;
 }
 

@@ -31,6 +31,22 @@ struct TableOptions {
 
 struct CheckOptions {
     FamilyInput input;
+    bool repair = false;  // repair every column whose cells no longer fit its type
+    bool inPlace = false; // with repair: save over the family's own files
+    std::string output;   // with repair: save the family document here instead
+};
+
+/// One action of `torvex edit`: its option (e.g. "--set") and its arguments.
+struct EditAction {
+    std::string name;
+    std::vector<std::string> arguments;
+};
+
+struct EditOptions {
+    FamilyInput input;
+    std::vector<EditAction> actions; // in the order given
+    std::string output;              // save the family document here
+    bool inPlace = false;            // save over the family's own files
 };
 
 struct GraphOptions {
@@ -77,9 +93,18 @@ int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex table`: every cell evaluated. 0, 1 when the family does not open, 3 when a cell
 /// failed.
 int RunTable(const TableOptions& options, std::ostream& out, std::ostream& err);
-/// `torvex check`: every column formula checked. 0, or 1 when the family does not open or a
-/// formula has a problem.
+/// `torvex check`: every column formula checked and every row's values against their column.
+/// 0, or 1 when the family does not open, a formula or a row has a problem, or (--repair) the
+/// save fails.
 int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
+/// `torvex edit`: reads the words after "edit" (family, --strings, --localize, actions,
+/// --output or --in-place); false with a one-line message in `error` for a usage error.
+bool ParseEditArguments(const std::vector<std::string>& words, EditOptions& options,
+                        std::string& error);
+/// `torvex edit`: applies the actions in order and saves. 0, or 1 when the family does not
+/// open, an action is refused (nothing is written then) or the save fails (the old files stay
+/// whole).
+int RunEdit(const EditOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex graph`: the column dependency graph as Graphviz DOT. 0, or 1 when the family does
 /// not open.
 int RunGraph(const GraphOptions& options, std::ostream& out, std::ostream& err);

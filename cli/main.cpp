@@ -19,7 +19,7 @@ void AddFamilyOptions(CLI::App* command, torvex::cli::FamilyInput& input, bool l
                             "Language tag whose string document is the actual language");
 }
 
-// --localize, for the commands that evaluate (torvex edit, when it comes, takes it too).
+// --localize, for the commands that evaluate (torvex edit reads it among its own words).
 void AddLocalizeOption(CLI::App* command, torvex::cli::FamilyInput& input) {
     command->add_flag("--localize", input.localize,
                       "Open the family to localize its decimal separator: numbers are read and "
@@ -32,9 +32,11 @@ int main(int argc, char** argv) {
     using namespace torvex::cli;
     CLI::App app{"torvex: open, show and evaluate families of a catalogue of standard parts"};
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 success; 1 a file cannot be read, a document does not open or "
-               "(check) a formula has a problem or (toc --families) a family document is "
-               "missing; 2 usage error; 3 (table) a cell failed to evaluate.");
+    app.footer(
+        "Exit codes: 0 success; 1 a file cannot be read, a document does not open or "
+        "(check) a formula has a problem or (toc --families) a family document is "
+        "missing or (edit) an action is refused or the save fails; 2 usage error; 3 (table) a "
+        "cell failed to evaluate.");
 
     ShowOptions show;
     CLI::App* showCommand =
@@ -61,6 +63,40 @@ int main(int argc, char** argv) {
         app.add_subcommand("check", "Check every column formula; report each problem");
     AddFamilyOptions(checkCommand, check.input, false);
     AddLocalizeOption(checkCommand, check.input);
+
+    checkCommand->add_flag("--repair", check.repair,
+                           "Remove the cells that no longer fit their column's type (the row then "
+                           "shows the column's formula), then save; needs --in-place or --output");
+    checkCommand->add_flag("--in-place", check.inPlace, "With --repair: save over the family");
+    checkCommand->add_option("--output,-o", check.output,
+                             "With --repair: save the family document to this file");
+
+    // The actions of edit are ordered and some take several words, so its words are read by
+    // ParseEditArguments.
+    EditOptions edit;
+    CLI::App* editCommand = app.add_subcommand(
+        "edit", "Apply actions to a family's table and properties, checking each, and save");
+    editCommand->allow_extras();
+    editCommand->footer(
+        "Usage: torvex edit FAMILY.xml [--strings FILE]... [--localize] ACTION... "
+        "(--output FILE | --in-place)\n"
+        "Actions, applied in order (ROW: a row id or its number as torvex table prints it; "
+        "INDEX: a 1-based place):\n"
+        "  --set ROW COLUMN VALUE      write a cell (an empty VALUE removes it)\n"
+        "  --formula COLUMN FORMULA    set a column's formula (empty: none)\n"
+        "  --insert-row [INDEX]        add a row (at the end without INDEX)\n"
+        "  --copy-row ROW              append a copy of a row\n"
+        "  --delete-row ROW\n"
+        "  --add-column ID             append a column\n"
+        "  --duplicate-column SOURCE NEW\n"
+        "  --delete-column ID\n"
+        "  --move-row ROW INDEX\n"
+        "  --move-column ID INDEX\n"
+        "  --set-property NAME VALUE   DisplayName, Description, Standard, StandardsOrg, "
+        "Manufacturer, StandardRevision, FamilyRevision, FolderName, RevisionId, ThumbnailPath\n"
+        "A refused action names action, cell and reason, exits 1 and writes nothing. Each file is "
+        "written beside its target and renamed over it; the family document keeps its "
+        "encoding, string files are written only when an action changed them.");
 
     GraphOptions graph;
     CLI::App* graphCommand = app.add_subcommand(
@@ -153,6 +189,14 @@ int main(int argc, char** argv) {
             return RunTable(table, std::cout, std::cerr);
         if (checkCommand->parsed())
             return RunCheck(check, std::cout, std::cerr);
+        if (editCommand->parsed()) {
+            std::string error;
+            if (!ParseEditArguments(editCommand->remaining(), edit, error)) {
+                std::cerr << "torvex edit: " << error << " (see torvex edit --help)\n";
+                return kExitUsage;
+            }
+            return RunEdit(edit, std::cout, std::cerr);
+        }
         if (graphCommand->parsed())
             return RunGraph(graph, std::cout, std::cerr);
         if (propsCommand->parsed())

@@ -9,6 +9,7 @@
 #include "host/FamilySettings.h"
 
 #include <cmath>
+#include <cwchar>
 #include <mutex>
 
 namespace torvex {
@@ -101,6 +102,13 @@ int32_t CUnitsEvaluatorProvider::ConvertUnits(const wchar_t* valueText, const wc
         status = units.Resolve(toUnit, &to);
         if (status < 0) {
             return status;
+        }
+        // The library names the internal unit "cm" whatever the kind it converts to: "cm"
+        // towards a unit of another kind is that kind's internal unit (rad, kg, the plain
+        // number one for "%", ...).
+        if (std::wcscmp(fromUnit, L"cm") == 0 && !to.none && !(from.dimension == to.dimension)) {
+            from = CUnitSystem::Unit();
+            from.dimension = to.dimension;
         }
         // "ul" is the number one beside a plain kind ("%"), and no conversion beside any other.
         if ((from.none && !to.dimension.IsPlain()) || (to.none && !from.dimension.IsPlain())) {

@@ -33,10 +33,12 @@ TEST(TableExport, EveryCellThatEvaluatesHoldsItsValue) {
     WideString evaluated = L"untouched";
     ASSERT_TRUE(table.GetEvaluatedXml(evaluated));
     // r1 had no cells: one for each column that evaluates, in column order, even to an empty
-    // value ("twice" fails and stays absent). r2 keeps its own cells first, in their order, the literal 7 in place,
-    // then the added ones.
-    EXPECT_NE(evaluated.find(L"<Row RowId=\"r1\"><Cell ColumnId=\"d\"/><Cell ColumnId=\"name\">M</Cell></Row>"),
-              WideString::npos)
+    // value ("twice" fails and stays absent). r2 keeps its own cells first, in their order, the
+    // literal 7 in place, then the added ones.
+    EXPECT_NE(
+        evaluated.find(
+            L"<Row RowId=\"r1\"><Cell ColumnId=\"d\"/><Cell ColumnId=\"name\">M</Cell></Row>"),
+        WideString::npos)
         << evaluated;
     EXPECT_NE(evaluated.find(L"<Row RowId=\"r2\"><Cell ColumnId=\"twice\">7</Cell>"
                              L"<Cell ColumnId=\"d\">5</Cell><Cell ColumnId=\"name\">M5</Cell>"

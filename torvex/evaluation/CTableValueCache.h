@@ -71,6 +71,14 @@ public:
     bool IsDirty() const { return m_dirty; }
     /// Number of row caches.
     size_t GetRowCount() const { return m_rows.Size(); }
+    /// Calls fn(rowId, columnId, language) for every value held. Never fails.
+    template <class F> void ForEachCachedKey(F&& fn) const {
+        m_rows.ForEach([&fn](const auto& row) {
+            row.value.ForEachKey([&](const WideString& columnId, const WideString& language) {
+                fn(row.key, columnId, language);
+            });
+        });
+    }
     /// Index of a language in the file's language table; -1 when it has none.
     int GetLanguageIndex(const WideString& language) const;
     /// Index of a column in the column table of the last save; -1 when it has none.

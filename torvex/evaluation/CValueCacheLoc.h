@@ -56,6 +56,12 @@ public:
                     std::wstring_view value);
     /// Number of languages that hold values.
     size_t GetLanguageCount() const { return m_languages.size(); }
+    /// Calls fn(columnId, language) for every value held, language by language. Never fails.
+    template <class F> void ForEachKey(F&& fn) const {
+        for (const Language& language : m_languages)
+            for (const Value& value : language.values)
+                fn(*value.column, *language.name);
+    }
 
 private:
     struct Value {

@@ -252,6 +252,7 @@ void CEncapFamily::GetInternalName(WideString& out) const {
 void CEncapFamily::SetInternalName(const wchar_t* name) {
     SetRootAttribute(N::AttrInternalName, name);
     SetCatParamConstValue(N::ParamInternalName, Text(name));
+    RemoveUnnecessaryHiddenDomains();
 }
 
 void CEncapFamily::GetDisplayName(WideString& out) const {

@@ -179,6 +179,24 @@ public:
     /// Whether DataTypeCategory names the feature category.
     bool IsFeature() const;
 
+    // ---- Links and housekeeping ----
+
+    /// True when the root has FromSource (even empty).
+    bool IsLinked() const;
+    /// Links the family to `source` (not null): every member's source revision in a new column
+    /// SOURCE_MEMBER_REVISION, then FromSource, SourceMoniker and SrcActive. Nothing when the
+    /// family is linked already. Stops where a step fails: without MEMBER_REVISION at the source
+    /// or a revision that doesn't read, the new column stays and no attribute is written.
+    void SetLink(CEncapFamily* source, bool active);
+    /// Removes SourceMoniker, FromSource and SrcActive and the column SOURCE_MEMBER_REVISION,
+    /// also from a family that is not linked.
+    void ClearLink();
+    /// Lets go of everything that ties the column to the mapping: its entries in the map of
+    /// category parameters and its template and category parameter mappings. Never fails.
+    void RemoveAllColumnMapping(CEncapFamilyColumn* column);
+    /// The file of the family's main template; `name` untouched when there is none.
+    void GetTemplateFileName(WideString& name) const;
+
     // ---- Localisation ----
 
     /// Localized column property (Title or ColumnwideValue) in the language: 0 found, 1 for an
@@ -220,6 +238,9 @@ private:
     void ClearData();
     /// Lets the mapping set the column's flags and binding; nothing without a mapping.
     void InitializeColumnData(CEncapFamilyColumn* column);
+    /// Drops the family's hidden domains (all hidden top-level categories but the one that is
+    /// always kept) with their mappings, and the hidden columns that served only them.
+    void RemoveUnnecessaryHiddenDomains();
 
     /// Localized cell text (CellString) in the language: 0 found, 1 for an unknown language or
     /// no such element (`out` untouched).

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cwctype>
+#include <limits>
 #include <unordered_set>
 
 namespace torvex {
@@ -471,6 +473,179 @@ bool CEncapFamilyTable::GetValueFromExpression(const wchar_t* expression, const 
     return true;
 }
 
+bool CEncapFamilyTable::IsCellValueValid(const wchar_t* rowId, const wchar_t* columnId,
+                                         WideString& value) const {
+    const CEncapFamilyColumn* column = GetFamilyColumnByID(columnId);
+    if (!column)
+        return false;
+    switch (column->GetDataType()) {
+    case DataTypes::DataString:
+        return true;
+    case DataTypes::DataBoolean:
+        return CStringUtil::IsLogicalValue(value.c_str());
+    case DataTypes::DataReal:
+    case DataTypes::DataInteger:
+        break;
+    default:
+        return false;
+    }
+    double number = CStringUtil::ToDouble(value.c_str());
+    if (!CStringUtil::IsNumericValue(value.c_str())) {
+        // An expression is computed in the column's unit and handed back as its number.
+        if (!GetValueFromExpression(value.c_str(), column->GetUnitTypeRef().c_str(), number))
+            return false;
+        value = platform::FormatGeneral(number, 8);
+    }
+    if (column->IsCustom())
+        return IsInRange(*column, rowId, number);
+    return column->GetDataType() == DataTypes::DataReal ||
+           CStringUtil::IsIntegerValue(number, 1e-05);
+}
+
+bool CEncapFamilyTable::IsInRange(const CEncapFamilyColumn& column, const wchar_t* rowId,
+                                  double number) const {
+    WideString formula;
+    column.GetFormula(formula);
+    const CRangeParser range(formula.c_str());
+    const WideString& unit = column.GetUnitTypeRef();
+    // A part that fails to evaluate counts as absent: the bound is open.
+    auto evaluate = [&](const WideString& part) {
+        WideString out;
+        if (!part.empty())
+            m_evaluator->EvaluateExpression(part, DataTypes::FormulaExpression, DataTypes::DataReal,
+                                            Text(rowId), unit, out);
+        return out;
+    };
+    const WideString minimum = evaluate(range.getMin());
+    const WideString maximum = evaluate(range.getMax());
+    const double lower = minimum.empty() ? -std::numeric_limits<double>::infinity()
+                                         : CStringUtil::ToDouble(minimum.c_str());
+    const double upper = maximum.empty() ? std::numeric_limits<double>::infinity()
+                                         : CStringUtil::ToDouble(maximum.c_str());
+    if (number < lower || number > upper)
+        return false;
+    if (range.hasStep()) {
+        const WideString step = evaluate(range.getStep());
+        // The step counts from the minimum; without one the quotient is infinite and fails.
+        if (!step.empty())
+            return CStringUtil::IsIntegerValue(
+                (number - lower) / CStringUtil::ToDouble(step.c_str()), 1e-05);
+    }
+    return true;
+}
+
+int CEncapFamilyTable::CheckRangeColumnData(const wchar_t* columnId, const wchar_t* formula) {
+    CEncapFamilyColumn* column = GetFamilyColumnByID(columnId);
+    if (!column)
+        return 0;
+    // The formula is accepted for the callers' sake; the rows are checked against the column.
+    static_cast<void>(formula);
+    const WideStringList rowIds = m_rowIds;
+    for (size_t i = 0; i < rowIds.size(); ++i) {
+        WideString value;
+        GetValue(rowIds[i].c_str(), columnId, value);
+        if (!IsCellValueValid(rowIds[i].c_str(), columnId, value))
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+void CEncapFamilyTable::ValidateAndRepairColumnData(CEncapFamilyColumn* column) {
+    if (!column)
+        return;
+    column->InvalidateCache(WideString(), WideString());
+    WideString columnId;
+    column->GetColumnID(columnId);
+    const WideStringList rowIds = m_rowIds;
+    for (const WideString& rowId : rowIds) {
+        CEncapFamilyRow* row = GetFamilyRowByID(rowId.c_str());
+        if (!row)
+            continue;
+        WideString value;
+        if (GetValue(rowId.c_str(), columnId.c_str(), value) == CTableEvaluator::EvalTypeMismatch)
+            row->DeleteCellsColumnValues(columnId.c_str(), true);
+    }
+}
+
+bool CEncapFamilyTable::IsValidNewColumnName(const wchar_t* name) const {
+    const WideString text = Text(name);
+    if (text.empty() || !std::iswalpha(static_cast<wint_t>(text[0])))
+        return false;
+    if (GetFamilyColumnIndexByID(text.c_str()) != -1)
+        return false;
+    return std::all_of(text.begin() + 1, text.end(), [](wchar_t c) {
+        return c == L'_' || c == L'-' || std::iswdigit(static_cast<wint_t>(c)) ||
+               std::iswalpha(static_cast<wint_t>(c));
+    });
+}
+
+bool CEncapFamilyTable::FileNameOfCustomPartIsUnique(WideStringList& missingTitles) {
+    missingTitles.clear();
+    CEncapFamilyColumn* fileName = GetFamilyColumnByType(CEncapFamilyColumn::ColumnTypeFileName);
+    if (!fileName)
+        return false;
+    std::vector<CEncapFamilyColumn*> custom;
+    for (const WideString& id : m_columnIds) {
+        CEncapFamilyColumn* column = GetFamilyColumnByID(id.c_str());
+        if (column && column->IsCustom()) {
+            custom.push_back(column);
+            WideString title;
+            column->GetTitle(title);
+            missingTitles.push_back(std::move(title));
+        }
+    }
+    if (!fileName->IsExpressionColumn())
+        return false;
+    WideString fileNameId;
+    fileName->GetColumnID(fileNameId);
+    for (const WideString& rowId : m_rowIds) {
+        if (isCellOverride(rowId, fileNameId))
+            return false;
+    }
+    missingTitles.clear();
+    WideString formula;
+    fileName->GetFormula(formula);
+    CEncapFamilyColumn::ColumnSet reached;
+    if (m_evaluator->CollectReferencesDeep(formula.c_str(), reached) != CTableEvaluator::EvalOk)
+        return false;
+    for (CEncapFamilyColumn* column : custom) {
+        if (reached.count(column) == 0) {
+            WideString title;
+            column->GetTitle(title);
+            missingTitles.push_back(std::move(title));
+        }
+    }
+    return missingTitles.empty();
+}
+
+std::vector<CEncapFamilyColumn*> CEncapFamilyTable::GetKeyColumns() const {
+    std::vector<CEncapFamilyColumn*> keys;
+    for (CStringMapTo<CEncapFamilyColumn*>::Position pos = m_columns.GetStartPosition(); pos;) {
+        WideString id;
+        CEncapFamilyColumn* column = nullptr;
+        m_columns.GetNextAssoc(pos, id, column);
+        if (column && column->IsKeyColumn())
+            keys.push_back(column);
+    }
+    return keys;
+}
+
+bool CEncapFamilyTable::HasCustomColumns() const {
+    for (size_t i = 0; i < m_columnIds.size(); ++i) {
+        const CEncapFamilyColumn* column = GetFamilyColumnByIndex(static_cast<int>(i));
+        if (column && column->IsCustom())
+            return true;
+    }
+    return false;
+}
+
+void CEncapFamilyTable::SetRowStateOfAllRows(CEncapFamilyRow::RowState state) {
+    m_rows.ForEach([state](const WideString&, CEncapFamilyRow* row) {
+        if (row)
+            row->SetRowState(state);
+    });
+}
+
 WideString CEncapFamilyTable::GetMaterialName(const wchar_t* key) const {
     WideString name;
     if (IEvaluatorProvider* provider = m_evaluator->GetProvider())
@@ -626,6 +801,42 @@ CEncapFamilyColumn* CEncapFamilyTable::CreateSourceMemberRevisionColumn() {
 
 // ---- Structure ----
 
+XMLNode CEncapFamilyTable::PlaceNewElement(XMLNode& parent, XMLNode* node, const wchar_t* name,
+                                           const wchar_t* attribute, const WideString& id,
+                                           int index, WideStringList& ids) {
+    // The place rule: before the child at the index, or appended when the index is at or past
+    // the end; a negative index counts as 0.
+    const long count = parent.GetChildCount();
+    const int at = index < 0 ? 0 : index;
+    XMLNode placed;
+    size_t listIndex = ids.size();
+    if (count > 0 && at < count) {
+        XMLNode next;
+        if (!parent.GetChildNodeByIdx(at, next))
+            return XMLNode();
+        placed =
+            node ? parent.InsertChild(*node, at)
+                 : next.AddNodeBefore(
+                       name, nullptr, attribute, id.c_str(),
+                       attribute == FamilyNames::AttrColumnId ? FamilyNames::AttrTitle : nullptr,
+                       attribute == FamilyNames::AttrColumnId ? id.c_str() : nullptr);
+        // Children that aren't listed (elements without an id, comments) can put the index
+        // past the end of the list: the id then goes last.
+        listIndex = std::min(static_cast<size_t>(at), ids.size());
+    } else {
+        placed =
+            node ? parent.AppendChild(*node)
+                 : parent.AddNode(name, nullptr, attribute, id.c_str(),
+                                  attribute == FamilyNames::AttrColumnId ? FamilyNames::AttrTitle
+                                                                         : nullptr,
+                                  attribute == FamilyNames::AttrColumnId ? id.c_str() : nullptr);
+    }
+    if (!placed.IsNode())
+        return XMLNode();
+    ids.insert(ids.begin() + static_cast<std::ptrdiff_t>(listIndex), id);
+    return placed;
+}
+
 CEncapFamilyColumn* CEncapFamilyTable::InsertNewColumn(int index, const wchar_t* columnId) {
     XMLNode columns = m_node.GetOrAddNode(FamilyNames::ElemColumns);
     if (!columns.IsNode())
@@ -633,31 +844,13 @@ CEncapFamilyColumn* CEncapFamilyTable::InsertNewColumn(int index, const wchar_t*
     const WideString id = Text(columnId);
     if (GetFamilyColumnIndexByID(id.c_str()) != -1)
         return nullptr;
-
-    // Before the child at the index, or appended when the index is at or past the end.
-    const long count = columns.GetChildCount();
-    const int at = index < 0 ? 0 : index;
-    XMLNode node;
-    size_t listIndex = m_columnIds.size();
-    if (count > 0 && at < count) {
-        XMLNode next;
-        if (!columns.GetChildNodeByIdx(at, next))
-            return nullptr;
-        node = next.AddNodeBefore(FamilyNames::ElemColumn, nullptr, FamilyNames::AttrColumnId,
-                                  id.c_str(), FamilyNames::AttrTitle, id.c_str());
-        // Children that aren't listed columns (elements without an id, comments) can put the
-        // index past the end of the list: the id then goes last.
-        listIndex = std::min(static_cast<size_t>(at), m_columnIds.size());
-    } else {
-        node = columns.AddNode(FamilyNames::ElemColumn, nullptr, FamilyNames::AttrColumnId,
-                               id.c_str(), FamilyNames::AttrTitle, id.c_str());
-    }
+    const XMLNode node = PlaceNewElement(columns, nullptr, FamilyNames::ElemColumn,
+                                         FamilyNames::AttrColumnId, id, index, m_columnIds);
     if (!node.IsNode())
         return nullptr;
 
     CEncapFamilyColumn* column = new CEncapFamilyColumn(node, this);
     m_columns.SetAt(id.c_str(), column);
-    m_columnIds.insert(m_columnIds.begin() + static_cast<std::ptrdiff_t>(listIndex), id);
     column->SetKeyWeight(0);
     column->SetIsHidden(false);
     // The new column has no values yet: values that a cache file kept for a former column of
@@ -730,6 +923,207 @@ bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
         return false;
     out = std::move(text);
     return true;
+}
+
+CEncapFamilyRow* CEncapFamilyTable::InsertNewRow(int index, const WideString& rowId) {
+    XMLNode rows = m_node.GetOrAddNode(FamilyNames::ElemRows);
+    if (!rows.IsNode())
+        return nullptr;
+    // A given id isn't checked: a duplicate hides the earlier row as at load.
+    const WideString id = rowId.empty() ? CStringUtil::NewGuid() : rowId;
+    const XMLNode node = PlaceNewElement(rows, nullptr, FamilyNames::ElemRow,
+                                         FamilyNames::AttrRowId, id, index, m_rowIds);
+    if (!node.IsNode())
+        return nullptr;
+
+    CEncapFamilyRow* row = new CEncapFamilyRow(node, this);
+    row->SetRawValue(FamilyNames::ColRid, id.c_str());
+    // As at load, of two ids equal but for case the later object wins and the earlier goes.
+    CEncapFamilyRow*& slot = m_rows[id];
+    delete slot;
+    slot = row;
+    row->SetRowState(CEncapFamilyRow::RowInserted);
+    // Values that a cache file kept for a former row of that id must not be served.
+    if (m_cache) {
+        m_cache->DropRow(id);
+        m_cache->DetachFile();
+    }
+    BumpMemberRevision(id.c_str());
+    return row;
+}
+
+bool CEncapFamilyTable::DeleteRow(int index) {
+    CEncapFamilyRow* row = GetFamilyRowByIndex(index);
+    if (!row)
+        return false;
+    const WideString rowId = m_rowIds[static_cast<size_t>(index)];
+    DeleteLocalizedCellsValues(rowId.c_str(), L"", true);
+    row->GetXMLNode().RemoveThisNode(true);
+    m_rowIds.erase(m_rowIds.begin() + index);
+    m_rows.RemoveKey(rowId);
+    if (m_cache) {
+        m_cache->DropRow(rowId);
+        m_cache->DetachFile();
+    }
+    delete row;
+    return true;
+}
+
+CEncapFamilyRow* CEncapFamilyTable::CopyRow(const WideString& rowId) {
+    CEncapFamilyRow* source = GetFamilyRowByID(rowId.c_str());
+    if (!source)
+        return nullptr;
+    CEncapFamilyRow* copy = InsertNewRow(static_cast<int>(GetRowsCount()), WideString());
+    if (!copy)
+        return nullptr;
+    WideString copyId;
+    copy->GetRowID(copyId);
+    const WideStringList columnIds = m_columnIds;
+    for (const WideString& columnId : columnIds) {
+        if (SameTextIgnoringCase(columnId, FamilyNames::ColRid) ||
+            SameTextIgnoringCase(columnId, FamilyNames::ColStatus) ||
+            !source->HasRawValue(columnId.c_str()))
+            continue;
+        // Read through the row, so that an override comes out evaluated.
+        WideString value;
+        source->GetValue(columnId.c_str(), value);
+        const CEncapFamilyColumn* column = GetFamilyColumnByID(columnId.c_str());
+        SetValue(copyId.c_str(), columnId.c_str(), value.c_str(),
+                 column && column->IsReferencedByOther());
+    }
+    return copy;
+}
+
+bool CEncapFamilyTable::PasteRow(int targetIndex, int sourceIndex) {
+    CEncapFamilyRow* target = GetFamilyRowByIndex(targetIndex);
+    const CEncapFamilyRow* source = GetFamilyRowByIndex(sourceIndex);
+    if (!target || !source)
+        return false;
+    const WideStringList columnIds = m_columnIds;
+    for (const WideString& columnId : columnIds) {
+        if (SameTextIgnoringCase(columnId, FamilyNames::ColRid) ||
+            SameTextIgnoringCase(columnId, FamilyNames::ColStatus))
+            continue;
+        WideString value;
+        source->GetValue(columnId.c_str(), value);
+        target->SetValue(columnId.c_str(), value.c_str(), true);
+    }
+    return true;
+}
+
+CEncapFamilyColumn* CEncapFamilyTable::DuplicateColumn(int index, const wchar_t* sourceColumnId,
+                                                       const wchar_t* newColumnId) {
+    const CEncapFamilyColumn* source = GetFamilyColumnByID(sourceColumnId);
+    if (!source || !IsValidNewColumnName(newColumnId))
+        return nullptr;
+    XMLNode clone = source->GetXMLNode().CloneNode(false);
+    if (!clone.IsNode())
+        return nullptr;
+    XMLNode columns = m_node.GetOrAddNode(FamilyNames::ElemColumns);
+    if (!columns.IsNode())
+        return nullptr;
+    const WideString id = newColumnId;
+    const XMLNode node = PlaceNewElement(columns, &clone, nullptr, FamilyNames::AttrColumnId, id,
+                                         index, m_columnIds);
+    if (!node.IsNode())
+        return nullptr;
+
+    // The column reads the source's attributes, its old id too, and then takes the new one.
+    CEncapFamilyColumn* column = new CEncapFamilyColumn(node, this);
+    m_columns.SetAt(id.c_str(), column);
+    column->SetColumnID(id.c_str());
+    column->SetKeyWeight(0);
+    column->SetIsHidden(false);
+    if (m_cache) {
+        m_cache->ClearColumn(id);
+        m_cache->DetachFile();
+    }
+    const WideStringList rowIds = m_rowIds;
+    for (const WideString& rowId : rowIds) {
+        WideString value;
+        if (GetRawValue(rowId.c_str(), sourceColumnId, value) == 0)
+            SetValue(rowId.c_str(), id.c_str(), value.c_str(), false);
+    }
+    return column;
+}
+
+bool CEncapFamilyTable::DeleteColumn(int index) {
+    CEncapFamilyColumn* column = GetFamilyColumnByIndex(index);
+    if (!column)
+        return false;
+    // While the columns that depend on this one are still known.
+    if (column->ChangeInColumnCausesRefresh())
+        BumpAllMemberRevisions(nullptr);
+    column->InvalidateCache(WideString(), WideString());
+    RemoveColumnDependencies(column);
+    // Key weights stay dense from 1.
+    const int weight = column->GetKeyWeight();
+    if (weight > 0) {
+        m_columns.ForEach([weight](const WideString&, CEncapFamilyColumn* other) {
+            if (other && other->GetKeyWeight() > weight)
+                other->SetKeyWeight(other->GetKeyWeight() - 1);
+        });
+    }
+    WideString columnId;
+    column->GetColumnID(columnId);
+    column->GetXMLNode().RemoveThisNode(true);
+    m_rows.ForEach([&columnId](const WideString&, CEncapFamilyRow* row) {
+        if (row)
+            row->DeleteCellsColumnValues(columnId.c_str(), true);
+    });
+    if (m_family) {
+        m_family->RemoveAllColumnMapping(column);
+        m_family->DeleteLocalizedColumnPropertyValues(columnId.c_str());
+    }
+    const WideString listedId = m_columnIds[static_cast<size_t>(index)];
+    m_columnIds.erase(m_columnIds.begin() + index);
+    m_columns.RemoveKey(listedId);
+    if (m_cache) {
+        m_cache->ClearColumn(columnId);
+        m_cache->DetachFile();
+    }
+    delete column;
+    return true;
+}
+
+void CEncapFamilyTable::MoveElement(bool columns, const wchar_t* id, int& index) {
+    WideStringList& ids = columns ? m_columnIds : m_rowIds;
+    const auto found = std::find(ids.begin(), ids.end(), WideString(Text(id)));
+    if (found == ids.end())
+        return;
+    const int count = static_cast<int>(ids.size());
+    if (index >= count)
+        index = count - 1;
+    if (index == static_cast<int>(found - ids.begin()))
+        return;
+    XMLNode element;
+    if (columns) {
+        if (const CEncapFamilyColumn* column = GetFamilyColumnByID(found->c_str()))
+            element = column->GetXMLNode();
+    } else if (const CEncapFamilyRow* row = GetFamilyRowByID(found->c_str())) {
+        element = row->GetXMLNode();
+    }
+    if (!element.RemoveThisNode(false))
+        return;
+    const WideString moved = *found;
+    ids.erase(found);
+    XMLNode parent =
+        m_node.GetOrAddNode(columns ? FamilyNames::ElemColumns : FamilyNames::ElemRows);
+    // A negative index isn't corrected; the element then goes last, and so does the id.
+    if (parent.IsNode() && parent.InsertChild(element, index).IsNode()) {
+        const size_t at = index < 0 ? ids.size() : std::min(static_cast<size_t>(index), ids.size());
+        ids.insert(ids.begin() + static_cast<std::ptrdiff_t>(at), moved);
+    }
+    if (m_cache)
+        m_cache->DetachFile();
+}
+
+void CEncapFamilyTable::ChangeColumnIndex(const wchar_t* columnId, int& index) {
+    MoveElement(true, columnId, index);
+}
+
+void CEncapFamilyTable::ChangeRowIndex(const wchar_t* rowId, int& index) {
+    MoveElement(false, rowId, index);
 }
 
 } // namespace torvex

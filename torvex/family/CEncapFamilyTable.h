@@ -5,17 +5,18 @@
 
 #include "torvex/evaluation/CTableEvaluator.h"
 #include "torvex/family/CEncapFamilyColumn.h"
+#include "torvex/family/CEncapFamilyRow.h"
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/platform/WideString.h"
 #include "torvex/text/DataTypes.h"
 #include "torvex/xml/XMLNode.h"
 
 #include <map>
+#include <vector>
 
 namespace torvex {
 
 class CEncapFamily;
-class CEncapFamilyRow;
 class CTableValueCache;
 
 /// Built by CEncapFamily from the FamilyTable element; not copyable.
@@ -162,6 +163,33 @@ public:
     /// fails to compute or convert it, or without a host.
     bool GetValueFromExpression(const wchar_t* expression, const wchar_t* unit,
                                 double& value) const;
+    /// Whether the value fits the column: any text for String, a logical word for Boolean; for
+    /// Real and Integer a number, or an expression that the host computes (then `value` becomes
+    /// its "%.8g" text), an integer within 1e-05 for Integer, and for a range column within
+    /// the range's bounds and on its step counted from the minimum. False for an unknown
+    /// column, any other data type, or an expression the host can't compute.
+    bool IsCellValueValid(const wchar_t* rowId, const wchar_t* columnId, WideString& value) const;
+    /// Index of the first row whose value (evaluated, result ignored) fails IsCellValueValid;
+    /// -1 when all fit, and 0 for an unknown column. `formula` plays no part.
+    int CheckRangeColumnData(const wchar_t* columnId, const wchar_t* formula);
+    /// Forgets the column's cached values and removes, in every language, each cell that gives
+    /// EvalTypeMismatch, so that the row falls back to the formula. Nothing for null.
+    void ValidateAndRepairColumnData(CEncapFamilyColumn* column);
+    /// Whether the name can be the id of a new column: a letter first, then letters, digits,
+    /// '_' or '-', and no column of that id ignoring case. False otherwise (also for null).
+    bool IsValidNewColumnName(const wchar_t* name) const;
+    /// Whether the file name column's formula reaches every custom column, so that each custom
+    /// part gets a name of its own. False without a file name column, when it has no formula,
+    /// when a row overrides it or its formula fails to scan; `missingTitles` then holds the
+    /// titles of the custom columns it misses (all of them in the first three cases).
+    bool FileNameOfCustomPartIsUnique(WideStringList& missingTitles);
+    /// Columns with a key weight above 0, in the column map's own order (not by weight). Never
+    /// fails.
+    std::vector<CEncapFamilyColumn*> GetKeyColumns() const;
+    /// Whether any listed column is a range column.
+    bool HasCustomColumns() const;
+    /// Sets the state of every row. Never fails.
+    void SetRowStateOfAllRows(CEncapFamilyRow::RowState state);
     /// The host's display name of a material key; empty without a host.
     WideString GetMaterialName(const wchar_t* key) const;
     /// The host's reference key of a material text; empty without a host.
@@ -186,6 +214,36 @@ public:
     /// and the cache file is no longer written. Null when the table has no node, an id equal
     /// ignoring case exists, or the element can't be made.
     CEncapFamilyColumn* InsertNewColumn(int index, const wchar_t* columnId);
+    /// Adds a row (a new GUID for an empty id; a given id isn't checked) by the same place rule
+    /// as InsertNewColumn, with its id in its own RID cell, state RowInserted and a new
+    /// revision. Null when no Rows element can be made or the element can't be placed.
+    CEncapFamilyRow* InsertNewRow(int index, const WideString& rowId);
+    /// Removes the row at the index with its localized texts and cached values; false for an
+    /// index out of range.
+    bool DeleteRow(int index);
+    /// Appends a row with a new GUID holding the source's value of every column in which the
+    /// source has a cell (an override comes evaluated); RID and STATUS aren't copied. Null for
+    /// an unknown row or when no row can be added.
+    CEncapFamilyRow* CopyRow(const WideString& rowId);
+    /// Writes the source row's value of every column but RID and STATUS into the target row (an
+    /// empty value removes the target's cell); false when either index is out of range.
+    bool PasteRow(int targetIndex, int sourceIndex);
+    /// Adds a copy of the source column's element and cells under a new id (key weight 0, not
+    /// hidden) by the place rule. Null for an unknown source, a name IsValidNewColumnName
+    /// refuses, or when the element can't be made or placed.
+    CEncapFamilyColumn* DuplicateColumn(int index, const wchar_t* sourceColumnId,
+                                        const wchar_t* newColumnId);
+    /// Removes the column at the index: revisions first when it changes members, its
+    /// dependencies, key weights above its own moved down by one, its element, its cells and
+    /// localized texts, its mapping entries and its cached values. False for an index out of
+    /// range.
+    bool DeleteColumn(int index);
+    /// Moves the column (id compared exactly) to the index, which is first cut to the last
+    /// index when at or past the end. Nothing for an unknown id, the same place, or an element
+    /// that can't be moved (the id then leaves the list if it was taken out).
+    void ChangeColumnIndex(const wchar_t* columnId, int& index);
+    /// The same for a row.
+    void ChangeRowIndex(const wchar_t* rowId, int& index);
 
     // Export.
 
@@ -251,6 +309,17 @@ private:
     void BumpMemberRevision(const wchar_t* rowId);
     /// Steps shared by both bumps: the revision column, or null when revisions must not move.
     CEncapFamilyColumn* RevisionColumnForBump();
+    /// Places `node` (a new element, or null to make one called `name` with the attribute
+    /// `attribute` = `id`) under `parent` by the place rule and puts `id` into `ids`; the
+    /// placed element, or an empty node on failure (the list then untouched).
+    static XMLNode PlaceNewElement(XMLNode& parent, XMLNode* node, const wchar_t* name,
+                                   const wchar_t* attribute, const WideString& id, int index,
+                                   WideStringList& ids);
+    /// Moves the element of the listed id (exact comparison) to the index; see
+    /// ChangeColumnIndex.
+    void MoveElement(bool columns, const wchar_t* id, int& index);
+    /// The range check of IsCellValueValid for a range column.
+    bool IsInRange(const CEncapFamilyColumn& column, const wchar_t* rowId, double number) const;
 
     XMLNode m_node;
     std::map<WideString, WideString> m_rangeColumnValues;

@@ -1,0 +1,180 @@
+# torvex edit and check --repair end to end, on a copy of an example family made afresh in WORK.
+#   -DPROGRAM=<torvex> -DFAMILY=<folder of the example family> -DWORK=<scratch folder>
+#   -DMODE=sequence|refused|failed-output|failed-strings|utf16|repair -DEXPECTED=<file>
+#   -DREPAIR_FAMILY=<family with cells to repair>
+
+function(fail message)
+  message(FATAL_ERROR "${message}")
+endfunction()
+
+# Runs the program; `rc`, `out` and `err` land in the caller.
+function(run)
+  execute_process(COMMAND ${PROGRAM} ${ARGN} WORKING_DIRECTORY ${WORK}
+    RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  set(rc "${rc}" PARENT_SCOPE)
+  set(out "${out}" PARENT_SCOPE)
+  set(err "${err}" PARENT_SCOPE)
+endfunction()
+
+# "name=hash" of every file in WORK, names sorted: what a failed edit must leave as it was.
+function(snapshot variable)
+  file(GLOB names RELATIVE ${WORK} ${WORK}/*)
+  list(SORT names)
+  set(result "")
+  foreach(name IN LISTS names)
+    if(IS_DIRECTORY ${WORK}/${name})
+      list(APPEND result "${name}=folder")
+    else()
+      file(SHA256 ${WORK}/${name} hash)
+      list(APPEND result "${name}=${hash}")
+    endif()
+  endforeach()
+  set(${variable} "${result}" PARENT_SCOPE)
+endfunction()
+
+function(expect_exit expected)
+  if(NOT "${rc}" STREQUAL "${expected}")
+    fail("exit code ${rc}, expected ${expected}\nstdout:\n${out}\nstderr:\n${err}")
+  endif()
+endfunction()
+
+function(expect_unchanged before)
+  snapshot(after)
+  if(NOT "${before}" STREQUAL "${after}")
+    fail("the files changed\nbefore: ${before}\nafter:  ${after}\nstderr:\n${err}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+file(COPY ${FAMILY}/ DESTINATION ${WORK})
+set(strings --strings FamilyStrings.EN-US.xml --strings FamilyStrings.DE-DE.xml)
+
+if(MODE STREQUAL "sequence")
+  # Rows by number and by id, columns added, copied, moved and deleted, a formula, a property.
+  run(edit Family.xml ${strings}
+    --set 2 h 1.5 --set 44438B5F-78D1-59B3-9EC2-25A8F826B08E HARDNESS 300
+    --formula WIDTH "({d2}-{d})/2" --add-column COATING --set 1 COATING zinc
+    --duplicate-column d2 D2_MAX --move-column D2_MAX 5 --delete-column d1
+    --insert-row 1 --set 1 d 2 --copy-row 3 --delete-row 7 --move-row 7 2
+    --set-property Manufacturer "Torvex Test" --output edited.xml)
+  expect_exit(0)
+  file(READ ${WORK}/edited.xml edited)
+  file(READ ${WORK}/Family.xml original)
+  # Ids and revisions made by the edit are new GUIDs: each is named by its first appearance.
+  string(REGEX MATCHALL "[0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+-[0-9a-f]+" guids
+    "${edited}")
+  list(REMOVE_DUPLICATES guids)
+  set(count 0)
+  foreach(guid IN LISTS guids)
+    string(FIND "${original}" "${guid}" known)
+    if(known EQUAL -1)
+      math(EXPR count "${count} + 1")
+      string(REPLACE "${guid}" "NEW-GUID-${count}" edited "${edited}")
+    endif()
+  endforeach()
+  file(READ ${EXPECTED} expected)
+  if(NOT edited STREQUAL expected)
+    file(WRITE ${WORK}/edited.normalised.xml "${edited}")
+    fail("the edited family differs from ${EXPECTED}; see ${WORK}/edited.normalised.xml")
+  endif()
+  foreach(pattern "set row 2 column h to \"1.5\"" "deleted column d1" "moved row [^\n]* to number 2"
+      "wrote edited.xml \\(UTF-8\\)")
+    if(NOT out MATCHES "${pattern}")
+      fail("stdout lacks /${pattern}/\n${out}")
+    endif()
+  endforeach()
+elseif(MODE STREQUAL "refused")
+  # Good actions first, then one that is refused: nothing at all is written.
+  snapshot(before)
+  foreach(refused "--set;2;h;thick" "--set;2;HARDNESS;2.5" "--set;9;h;1" "--set;2;nothing;1"
+      "--formula;WIDTH;{d2}-{nothing}" "--formula;WIDTH;({d2}" "--add-column;1st"
+      "--add-column;hardness" "--duplicate-column;d2;A B" "--delete-column;d1" "--move-row;1;8" "--delete-column;x"
+      "--set-property;InternalName;x")
+    run(edit Family.xml ${strings} --set 1 h 9 --set-property DisplayName Changed ${refused}
+      --in-place)
+    expect_exit(1)
+    list(GET refused 0 action)
+    if(NOT err MATCHES "^torvex: ${action} [^\n]*: [^\n]+; nothing was written\n$")
+      fail("stderr doesn't name action, cell and reason:\n${err}")
+    endif()
+    expect_unchanged("${before}")
+  endforeach()
+elseif(MODE STREQUAL "failed-output")
+  # The output can't be written: a path below a regular file, or a folder.
+  snapshot(before)
+  foreach(output "Family.xml/out.xml" "sub")
+    file(MAKE_DIRECTORY ${WORK}/sub)
+    snapshot(before)
+    run(edit Family.xml ${strings} --set 1 h 9 --set-property DisplayName Changed
+      --output ${output})
+    expect_exit(1)
+    if(NOT err MATCHES "^torvex: cannot write ")
+      fail("stderr:\n${err}")
+    endif()
+    expect_unchanged("${before}")
+  endforeach()
+elseif(MODE STREQUAL "failed-strings")
+  # The string files' folder is a regular file: the first write fails, and the family document,
+  # written last, stays as it was too.
+  file(READ ${WORK}/Family.xml text)
+  string(REPLACE "FullFileName=\".\\FamilyStrings" "FullFileName=\".\\blocked\\FamilyStrings"
+    text "${text}")
+  file(WRITE ${WORK}/Family.xml "${text}")
+  file(WRITE ${WORK}/blocked "not a folder\n")
+  snapshot(before)
+  run(edit Family.xml ${strings} --set 1 h 9 --set-property DisplayName Changed --in-place)
+  expect_exit(1)
+  if(NOT err MATCHES "^torvex: cannot write the string files in [^\n]*blocked")
+    fail("stderr:\n${err}")
+  endif()
+  expect_unchanged("${before}")
+elseif(MODE STREQUAL "utf16")
+  # A UTF-16 family stays UTF-16 with its byte order mark; untouched string files keep their bytes.
+  execute_process(COMMAND iconv -f UTF-8 -t UTF-16 ${WORK}/Family.xml
+    OUTPUT_FILE ${WORK}/Family16.xml RESULT_VARIABLE converted)
+  if(NOT converted EQUAL 0)
+    fail("iconv failed")
+  endif()
+  file(SHA256 ${WORK}/FamilyStrings.DE-DE.xml german)
+  run(edit Family16.xml ${strings} --set 1 h 9 --in-place)
+  expect_exit(0)
+  file(READ ${WORK}/Family16.xml head LIMIT 4 HEX)
+  if(NOT head STREQUAL "fffe3c00")
+    fail("the family is no longer UTF-16LE with BOM: ${head}")
+  endif()
+  file(SHA256 ${WORK}/FamilyStrings.DE-DE.xml after)
+  if(NOT german STREQUAL after OR out MATCHES "FamilyStrings")
+    fail("a string file was written though no action changed it:\n${out}")
+  endif()
+  run(table Family16.xml --format csv)
+  if(NOT out MATCHES ",3,3.2,7,9,1.9,")
+    fail("the edited UTF-16 family doesn't read back:\n${out}${err}")
+  endif()
+elseif(MODE STREQUAL "repair")
+  file(COPY ${REPAIR_FAMILY} DESTINATION ${WORK})
+  get_filename_component(name ${REPAIR_FAMILY} NAME)
+  run(check ${name})
+  expect_exit(1)
+  foreach(pattern "FLAG: row 2 \\(b\\): \"\" doesn't fit" "SIZE: row 1 \\(a\\): \"40\" doesn't fit")
+    if(NOT out MATCHES "${pattern}")
+      fail("check lacks /${pattern}/\n${out}")
+    endif()
+  endforeach()
+  run(check ${name} --repair --in-place)
+  if(NOT out MATCHES "repair: 1 cell removed" OR NOT out MATCHES "wrote ${name}")
+    fail("repair:\n${out}${err}")
+  endif()
+  file(READ ${WORK}/${name} repaired)
+  if(repaired MATCHES "maybe" OR NOT repaired MATCHES ">40</Cell>" OR NOT repaired MATCHES "<Extra")
+    fail("repaired family:\n${repaired}")
+  endif()
+  run(check ${name})
+  if(out MATCHES "FLAG:" OR NOT out MATCHES "SIZE: row 1")
+    fail("check after repair:\n${out}")
+  endif()
+  run(check ${name} --repair)
+  expect_exit(2)
+else()
+  fail("unknown MODE ${MODE}")
+endif()
