@@ -40,6 +40,7 @@ struct CheckOptions {
 struct EditAction {
     std::string name;
     std::vector<std::string> arguments;
+    bool inactive = false; // --link: the link is made inactive (--inactive after it)
 };
 
 struct EditOptions {

@@ -5,11 +5,13 @@
 
 #include "FamilySave.h"
 #include "HostProvider.h"
+#include "NoExpressionProvider.h"
 #include "ResultNames.h"
 
 #include "torvex/family/CEncapFamilyColumn.h"
 #include "torvex/family/CEncapFamilyRow.h"
 #include "torvex/family/CEncapFamilyTable.h"
+#include "torvex/mapping/CEncapFamilyMapping.h"
 #include "torvex/platform/Files.h"
 #include "torvex/platform/Utf16.h"
 #include "torvex/text/CStringUtil.h"
@@ -30,7 +32,9 @@ struct ActionForm {
 constexpr ActionForm kActions[] = {
     {"--set", 3},        {"--formula", 2},     {"--insert-row", 0},       {"--copy-row", 1},
     {"--delete-row", 1}, {"--add-column", 1},  {"--duplicate-column", 2}, {"--delete-column", 1},
-    {"--move-row", 2},   {"--move-column", 2}, {"--set-property", 2},
+    {"--move-row", 2},   {"--move-column", 2}, {"--set-property", 2},     {"--bind", 4},
+    {"--unbind", 1},     {"--geometry", 2},    {"--category-param", 3},   {"--link", 1},
+    {"--unlink", 0},
 };
 
 // The properties that can be set, with the names people know them by.
@@ -89,6 +93,18 @@ public:
             return MoveRow(a[0], a[1]);
         if (name == "--move-column")
             return MoveColumn(a[0], a[1]);
+        if (name == "--bind")
+            return Bind(a[0], a[1], a[2], a[3]);
+        if (name == "--unbind")
+            return Unbind(a[0]);
+        if (name == "--geometry")
+            return Geometry(a[0], a[1]);
+        if (name == "--category-param")
+            return CategoryParam(a[0], a[1], a[2]);
+        if (name == "--link")
+            return Link(a[0], action.inactive);
+        if (name == "--unlink")
+            return Unlink();
         return SetProperty(a[0], a[1]);
     }
 
@@ -334,6 +350,145 @@ private:
         return Refuse("property " + name, "not a property that can be set (" + names + ")");
     }
 
+    // ---- Mapping ----
+
+    CEncapFamilyColumn* MappedColumn(const std::string& column) {
+        const WideString id = ColumnId(column);
+        if (id.empty())
+            return nullptr;
+        if (!m_family.GetEncapFamilyMapping()) {
+            Refuse("column " + column, "the family has no mapping");
+            return nullptr;
+        }
+        return Table().GetFamilyColumnByID(id.c_str());
+    }
+
+    // Whether the column has what a template needs of it: a ColumnToTemplate to hold its
+    // parameters, which the library makes only where MemberParametersMap/ColumnsToTemplate
+    // stands.
+    bool CanMap(const std::string& column) {
+        XMLNode list;
+        if (m_family.GetFamilyXML().GetRootNode().GetChildNode(
+                L"ParameterMap/MemberParametersMap/ColumnsToTemplate", list))
+            return true;
+        return Refuse("column " + column,
+                      "the family has no ParameterMap/MemberParametersMap/ColumnsToTemplate to "
+                      "hold a column's template parameters");
+    }
+
+    bool Bind(const std::string& column, const std::string& key, const std::string& subObject,
+              const std::string& typeText) {
+        using Data = CEncapFamilyColIPropertyData;
+        CEncapFamilyColumn* target = MappedColumn(column);
+        if (!target || !CanMap(column))
+            return false;
+        // The type by its number or its name.
+        int number = -1;
+        const auto [end, ec] =
+            std::from_chars(typeText.data(), typeText.data() + typeText.size(), number);
+        Data::ColPropertyObjectType type =
+            ec == std::errc() && end == typeText.data() + typeText.size() && number >= 0 &&
+                    number <= 7
+                ? static_cast<Data::ColPropertyObjectType>(number)
+                : Data::StringToColPropObjType(platform::FromUtf8(typeText).c_str());
+        if (type == Data::Unknown && typeText != "0" && typeText != "Unknown")
+            return Refuse("column " + column, "unknown object type " + typeText +
+                                                  " (a number 0-7 or a name such as "
+                                                  "kPropertyObject)");
+        const WideString wideKey = platform::FromUtf8(key);
+        const WideString wideSub = platform::FromUtf8(subObject);
+        if (wideKey.empty() && wideSub.empty())
+            return Refuse("column " + column, "give an object reference key or a sub-object");
+        CEncapFamilyMapping& mapping = *m_family.GetEncapFamilyMapping();
+        if (mapping.IsPropertyAlreadyUsed(wideKey.c_str(), wideSub.c_str()))
+            return Refuse("column " + column,
+                          "a column drives " + key + "/" + subObject + " already");
+        mapping.UpdateColumnMapping(target, wideKey.c_str(), wideSub.c_str(), type);
+        if (!target->IsHostPropertyColumn())
+            return Refuse("column " + column, "the binding did not take");
+        m_out << "bound column " << column << " to " << key << "/" << subObject << " ("
+              << Narrow(Data::ColPropObjTypeToString(type)) << ")\n";
+        return true;
+    }
+
+    bool Unbind(const std::string& column) {
+        CEncapFamilyColumn* target = MappedColumn(column);
+        if (!target)
+            return false;
+        m_family.GetEncapFamilyMapping()->UpdateColumnMapping(
+            target, L"", L"", CEncapFamilyColIPropertyData::Unknown);
+        m_out << "unbound column " << column << " from its host property\n";
+        return true;
+    }
+
+    bool Geometry(const std::string& column, const std::string& state) {
+        CEncapFamilyColumn* target = MappedColumn(column);
+        if (!target)
+            return false;
+        if (state != "on" && state != "off")
+            return Refuse("column " + column, "say on or off, not " + state);
+        if (target->ColIPropertyData())
+            return Refuse("column " + column,
+                          "the column is bound to a host property; --unbind it first");
+        if (state == "on" && !CanMap(column))
+            return false;
+        target->SetIsGeometryColumn(state == "on");
+        m_family.GetEncapFamilyMapping()->UpdateColumnMapping(
+            target, L"", L"", CEncapFamilyColIPropertyData::Unknown);
+        m_out << "column " << column << " is " << (state == "on" ? "" : "no longer ")
+              << "a geometry column\n";
+        return true;
+    }
+
+    bool CategoryParam(const std::string& column, const std::string& category,
+                       const std::string& parameter) {
+        CEncapFamilyColumn* target = MappedColumn(column);
+        if (!target)
+            return false;
+        if (parameter.empty())
+            return Refuse("column " + column, "give a category parameter");
+        if (!m_family.GetEncapFamilyMapping()->AddParamToColumnMapping(
+                target, platform::FromUtf8(category).c_str(),
+                platform::FromUtf8(parameter).c_str()))
+            return Refuse("column " + column,
+                          "the family's ParameterMap can't take the category parameter");
+        m_out << "column " << column << " bears category parameter " << parameter << "\n";
+        return true;
+    }
+
+    // ---- Link ----
+
+    bool Link(const std::string& sourcePath, bool inactive) {
+        WideString library;
+        if (m_family.IsLinked()) {
+            m_family.GetCopyFrom(library);
+            return Refuse(sourcePath, "the family is linked already (to library " +
+                                          Narrow(library) + "); --unlink it first");
+        }
+        FamilyInput input;
+        input.familyPath = sourcePath;
+        std::string error;
+        auto source = OpenFamily(input, std::make_unique<NoExpressionProvider>(), error);
+        if (!source)
+            return Refuse(sourcePath, error);
+        m_family.SetLink(source.get(), !inactive);
+        if (!m_family.IsLinked())
+            return Refuse(sourcePath, "the source has no MEMBER_REVISION value for every member "
+                                      "of this family");
+        WideString name;
+        source->GetInternalName(name);
+        m_out << "linked to " << Narrow(name) << (inactive ? " (inactive)" : "") << "\n";
+        return true;
+    }
+
+    bool Unlink() {
+        if (!m_family.IsLinked())
+            return Refuse("", "the family is not linked");
+        m_family.ClearLink();
+        m_out << "unlinked\n";
+        return true;
+    }
+
     CEncapFamily& m_family;
     std::ostream& m_out;
     std::string m_action;
@@ -367,6 +522,13 @@ bool ParseEditArguments(const std::vector<std::string>& words, EditOptions& opti
             options.inPlace = true;
         } else if (word == "--localize") {
             options.input.localize = true;
+        } else if (word == "--inactive") {
+            // Makes the --link before it an inactive one.
+            if (options.actions.empty() || options.actions.back().name != "--link") {
+                error = "--inactive goes right after --link SOURCE.xml";
+                return false;
+            }
+            options.actions.back().inactive = true;
         } else if (word.rfind("--", 0) == 0) {
             const ActionForm* form = nullptr;
             for (const ActionForm& action : kActions)

@@ -59,7 +59,17 @@ int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err) {
         << table.GetRowsCount() << " rows";
     if (!language.empty())
         out << ", language " << Narrow(language);
-    out << "\n\n";
+    out << '\n';
+    if (family->IsLinked()) {
+        WideString library, moniker;
+        family->GetCopyFrom(library);
+        family->GetSourceMoniker(moniker);
+        out << "linked to family " << Narrow(moniker) << " of library " << Narrow(library)
+            << (family->IsSrcActive() ? "" : " (inactive)") << '\n';
+    } else {
+        out << "not linked to a source family\n";
+    }
+    out << '\n';
 
     TablePrinter columns({"column", "title", "type", "unit", "flags", "column-wide value"});
     std::vector<WideString> ids;
