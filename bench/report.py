@@ -180,6 +180,12 @@ def main():
         per_cell = warm / cells / 1e3 if warm and cells else None
         if n == 10000:
             verdicts.add(f"Warm re-read N={n} (per cell)", per_cell, 0.5, unit="us")
+        # The evaluated export against the first evaluation timed in the same iterations.
+        export = t("Torvex/EvaluatedExport", n)
+        first_ms = counter("Torvex/EvaluatedExport", n, "first_evaluation_ms")
+        if export and first_ms:
+            verdicts.add(f"Evaluated export N={n} (export / first evaluation)",
+                         export / (first_ms * 1e6), 1.5)
     # Growth: from the pair benchmark where it ran (both sizes timed in the same iterations),
     # with the growth between the separate benchmarks beside it; else from those alone.
     for kind in SCALED:
