@@ -145,3 +145,37 @@ TEST(FamilyHousekeeping, NewInternalNameDropsHiddenDomainsAndWhatOnlyTheyUsed) {
 
 } // namespace
 } // namespace torvex::test
+
+namespace torvex::test {
+namespace {
+
+TEST(FamilyHousekeeping, ADeletedColumnTakesItsMappingAlong) {
+    auto family = OpenFamily(LR"(<Family>
+  <FamilyTemplates><FamilyTemplate Name="T">
+    <GeneralizedParameter Id="1" ObjectType="kUserParameterObject" SubObjectId="d"/>
+    <GeneralizedParameter Id="2" ObjectType="kUserParameterObject" SubObjectId="l"/>
+  </FamilyTemplate></FamilyTemplates>
+  <ParameterMap><MemberParametersMap>
+    <ColumnsToTemplate>
+      <ColumnToTemplate TableColumn="d"><TemplatesParameter>
+        <TemplateParameter TemplateName="T" ParameterId="1"/></TemplatesParameter></ColumnToTemplate>
+      <ColumnToTemplate TableColumn="l"><TemplatesParameter>
+        <TemplateParameter TemplateName="T" ParameterId="2"/></TemplatesParameter></ColumnToTemplate>
+    </ColumnsToTemplate>
+    <ParamsToColumn><ParamToColumn TableColumn="d"><CategoryParameterRef CategoryParameter="size"/></ParamToColumn></ParamsToColumn>
+  </MemberParametersMap></ParameterMap>
+  <FamilyTable><Columns><Column ColumnId="d"/><Column ColumnId="l"/></Columns></FamilyTable>
+</Family>)");
+    EXPECT_NE(family->GetCategoryParamColumn(L"size"), nullptr);
+    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    ASSERT_TRUE(table.DeleteColumn(table.GetFamilyColumnIndexByID(L"d")));
+    const WideString xml = RootXml(*family);
+    EXPECT_EQ(xml.find(L"SubObjectId=\"d\""), WideString::npos) << xml; // its only user went
+    EXPECT_EQ(xml.find(L"TableColumn=\"d\""), WideString::npos) << xml;
+    EXPECT_NE(xml.find(L"TableColumn=\"l\""), WideString::npos) << xml;
+    EXPECT_EQ(family->GetEncapFamilyMapping()->GetMemberColToTemplate(L"d"), nullptr);
+    EXPECT_EQ(family->GetCategoryParamColumn(L"size"), nullptr);
+}
+
+} // namespace
+} // namespace torvex::test
