@@ -14,7 +14,9 @@
 #include <cstddef>
 #include <cwctype>
 #include <limits>
-#include <unordered_set>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 namespace torvex {
 namespace {
@@ -882,39 +884,47 @@ bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
 
     // Reads go through GetValue, which fills the value cache: the table stays logically const.
     auto* self = const_cast<CEncapFamilyTable*>(this);
+    // Column ids as listed, compared exactly, to their place in the list: a row marks the
+    // columns it has cells for, and the others are added in list order.
+    std::unordered_map<std::wstring_view, size_t> places;
+    places.reserve(m_columnIds.size());
+    for (size_t i = 0; i < m_columnIds.size(); ++i)
+        places.emplace(m_columnIds[i], i);
+    std::vector<char> seen(m_columnIds.size());
     XMLNode rows;
     table.GetChildNode((L"./" + WideString(FamilyNames::ElemRows)).c_str(), rows);
     XMLNode row;
+    WideString rowId, columnId, value;
     if (rows.IsNode() && rows.GetFirstChildNode(row)) {
         for (; row.IsNode(); row.GetNextSibling(row)) {
             if (row.GetNodeType() != XMLNode::NodeElement)
                 continue;
-            WideString rowId;
             if (!row.GetProperty(FamilyNames::AttrRowId, rowId))
                 return false;
-            std::unordered_set<WideString> seen;
+            std::fill(seen.begin(), seen.end(), 0);
             XMLNode cell;
             row.GetFirstChildNode(cell);
             for (; cell.IsNode(); cell.GetNextSibling(cell)) {
                 if (cell.GetNodeType() != XMLNode::NodeElement)
                     continue;
-                WideString columnId;
                 if (!cell.GetProperty(FamilyNames::AttrColumnId, columnId))
                     return false;
-                WideString value;
+                value.clear();
                 if (self->GetValue(rowId.c_str(), columnId.c_str(), value) ==
                     CTableEvaluator::EvalOk)
                     cell.SetNodeText(value);
-                seen.insert(std::move(columnId));
+                const auto place = places.find(columnId);
+                if (place != places.end())
+                    seen[place->second] = 1;
             }
-            for (const WideString& columnId : m_columnIds) {
-                if (seen.count(columnId))
+            for (size_t i = 0; i < m_columnIds.size(); ++i) {
+                if (seen[i])
                     continue;
-                WideString value;
-                if (self->GetValue(rowId.c_str(), columnId.c_str(), value) ==
+                value.clear();
+                if (self->GetValue(rowId.c_str(), m_columnIds[i].c_str(), value) ==
                     CTableEvaluator::EvalOk)
                     row.AddNode(FamilyNames::ElemCell, value.c_str(), FamilyNames::AttrColumnId,
-                                columnId.c_str());
+                                m_columnIds[i].c_str());
             }
         }
     }
