@@ -871,14 +871,11 @@ bool CEncapFamilyTable::GetXml(WideString& out) const {
 }
 
 bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
-    // A new document whose root is a deep copy of the FamilyTable element.
-    XMLParser copy;
-    copy.CreateXmlDocument(L"UTF-16");
-    // The document node is reached through a placeholder root, which then makes room.
-    XMLNode placeholder = copy.AddNode(FamilyNames::ElemFamilyTable);
-    XMLNode document = placeholder.GetParentNode();
-    placeholder.RemoveThisNode(true);
-    XMLNode table = document.AppendChild(m_node.CloneNode(true));
+    // A deep copy of the FamilyTable element, detached from the family's tree, serialised at the
+    // end as the root of a UTF-16 document would be. Copying within the document keeps the
+    // copy's names and texts where they are; a new document would have to take every string
+    // of the table over.
+    XMLNode table = m_node.CloneNode(true);
     if (!table.IsNode())
         return false;
 
@@ -929,9 +926,9 @@ bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
         }
     }
     WideString text;
-    if (!copy.GetXml(text))
+    if (!table.GetXml(text))
         return false;
-    out = std::move(text);
+    out = L"<?xml version='1.0' encoding='UTF-16'?>\n" + text + L"\n";
     return true;
 }
 
