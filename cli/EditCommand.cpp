@@ -6,6 +6,7 @@
 #include "FamilySave.h"
 #include "HostProvider.h"
 #include "NoExpressionProvider.h"
+#include "PropertyNames.h"
 #include "ResultNames.h"
 
 #include "torvex/family/CEncapFamilyColumn.h"
@@ -35,20 +36,6 @@ constexpr ActionForm kActions[] = {
     {"--move-row", 2},   {"--move-column", 2}, {"--set-property", 2},     {"--bind", 4},
     {"--unbind", 1},     {"--geometry", 2},    {"--category-param", 3},   {"--link", 1},
     {"--unlink", 0},
-};
-
-// The properties that can be set, with the names people know them by.
-constexpr std::pair<FamilyPropType, const char*> kProperties[] = {
-    {FamilyPropDisplayName, "DisplayName"},
-    {FamilyPropDescription, "Description"},
-    {FamilyPropStandard, "Standard"},
-    {FamilyPropStandardOrg, "StandardsOrg"},
-    {FamilyPropManufacturer, "Manufacturer"},
-    {FamilyPropStandardRevision, "StandardRevision"},
-    {FamilyPropFamilyRevision, "FamilyRevision"},
-    {FamilyPropFolderName, "FolderName"},
-    {FamilyPropRevisionId, "RevisionId"},
-    {FamilyPropThumbnailPath, "ThumbnailPath"},
 };
 
 // A positive decimal number without sign or blanks; false for anything else or an overflow.
@@ -336,17 +323,20 @@ private:
     }
 
     bool SetProperty(const std::string& name, const std::string& value) {
-        for (const auto& [type, known] : kProperties) {
-            if (name != known)
+        for (const PropertyName& property : kFamilyProperties) {
+            if (!property.settable || name != property.name)
                 continue;
+            const FamilyPropType type = property.type;
             if (!m_family.SetFamilyProperty(type, platform::FromUtf8(value).c_str()))
                 return Refuse("property " + name, "the property can't be set");
             m_out << "set property " << name << " to \"" << value << "\"\n";
             return true;
         }
         std::string names;
-        for (const auto& property : kProperties)
-            names += (names.empty() ? "" : ", ") + std::string(property.second);
+        for (const PropertyName& property : kFamilyProperties) {
+            if (property.settable)
+                names += (names.empty() ? "" : ", ") + std::string(property.name);
+        }
         return Refuse("property " + name, "not a property that can be set (" + names + ")");
     }
 

@@ -5,6 +5,7 @@
 
 #include "FamilyFile.h"
 #include "NoExpressionProvider.h"
+#include "PropertyNames.h"
 #include "TablePrinter.h"
 
 #include "torvex/family/FamilyNames.h"
@@ -17,22 +18,6 @@ namespace torvex::cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// The properties a family answers by number, with the names people know them by.
-constexpr std::pair<FamilyPropType, const char*> kProperties[] = {
-    {FamilyPropDisplayName, "DisplayName"},
-    {FamilyPropDescription, "Description"},
-    {FamilyPropStandard, "Standard"},
-    {FamilyPropStandardOrg, "StandardsOrg"},
-    {FamilyPropManufacturer, "Manufacturer"},
-    {FamilyPropStandardRevision, "StandardRevision"},
-    {FamilyPropFamilyRevision, "FamilyRevision"},
-    {FamilyPropFolderName, "FolderName"},
-    {FamilyPropRevisionId, "RevisionId"},
-    {FamilyPropInternalName, "InternalName"},
-    {FamilyPropLibrary, "Library"},
-    {FamilyPropThumbnailPath, "ThumbnailPath"},
-};
 
 // The word for a category parameter that the library knows by id; empty for others.
 const char* KnownParameter(const WideString& id) {
@@ -97,7 +82,7 @@ int RunProps(const PropsOptions& options, std::ostream& out, std::ostream& err) 
 
     if (options.format == "json") {
         Json properties = Json::object();
-        for (const auto& [type, name] : kProperties) {
+        for ([[maybe_unused]] const auto& [type, name, settable] : kFamilyProperties) {
             WideString value;
             family->GetFamilyProperty(type, value);
             properties[name] = Narrow(value);
@@ -123,7 +108,7 @@ int RunProps(const PropsOptions& options, std::ostream& out, std::ostream& err) 
         out << ", language " << Narrow(language);
     out << "\n\n";
     TablePrinter properties({"property", "value"});
-    for (const auto& [type, name] : kProperties) {
+    for ([[maybe_unused]] const auto& [type, name, settable] : kFamilyProperties) {
         WideString value;
         family->GetFamilyProperty(type, value);
         properties.AddRow({name, Narrow(value)});

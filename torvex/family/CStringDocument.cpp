@@ -31,6 +31,18 @@ WideString CellPath(const wchar_t* rowId, const wchar_t* columnId) {
            N::AttrRowId + L"=\"" + Text(rowId) + L"\"]";
 }
 
+// Table (made when missing), then its ColumnStrings[@ColumnId="<column>"] (made when missing), as
+// the lookups spell them.
+XMLNode FindOrAddColumnStrings(XMLNode& root, const wchar_t* columnId) {
+    XMLNode table = root.GetOrAddNode(N::ElemTable);
+    const WideString step = WideString(N::ElemColumnStrings) + L"[@" + N::AttrColumnId + L"=\"" +
+                            Text(columnId) + L"\"]";
+    XMLNode strings;
+    if (!table.GetChildNode(step.c_str(), strings))
+        strings = table.AddNode(N::ElemColumnStrings, nullptr, N::AttrColumnId, Text(columnId));
+    return strings;
+}
+
 // The one child element `name` of `parent`: false when there are two or more; `out` empty when
 // there is none.
 bool Single(const XMLNode& parent, const wchar_t* name, XMLNode& out) {
@@ -184,12 +196,7 @@ void CStringDocument::SetCellText(const wchar_t* rowId, const wchar_t* columnId,
     Index* index = Current(rowId, columnId);
     if (!index) {
         // Table, ColumnStrings[@ColumnId], Rows, then CellString[@RowId].
-        XMLNode table = root.GetOrAddNode(N::ElemTable);
-        const WideString columnStep = WideString(N::ElemColumnStrings) + L"[@" + N::AttrColumnId +
-                                      L"=\"" + Text(columnId) + L"\"]";
-        XMLNode strings;
-        if (!table.GetChildNode(columnStep.c_str(), strings))
-            strings = table.AddNode(N::ElemColumnStrings, nullptr, N::AttrColumnId, Text(columnId));
+        XMLNode strings = FindOrAddColumnStrings(root, columnId);
         XMLNode rows = strings.GetOrAddNode(N::ElemRows);
         const WideString cellStep =
             WideString(N::ElemCellString) + L"[@" + N::AttrRowId + L"=\"" + Text(rowId) + L"\"]";
@@ -241,12 +248,7 @@ void CStringDocument::SetColumnProperty(const wchar_t* property, const wchar_t* 
                        std::wcscmp(property, N::ElemColumnwideValue) == 0;
     Index* index = known ? Current(columnId) : nullptr;
     if (!index) {
-        XMLNode table = root.GetOrAddNode(N::ElemTable);
-        const WideString columnStep = WideString(N::ElemColumnStrings) + L"[@" + N::AttrColumnId +
-                                      L"=\"" + Text(columnId) + L"\"]";
-        XMLNode strings;
-        if (!table.GetChildNode(columnStep.c_str(), strings))
-            strings = table.AddNode(N::ElemColumnStrings, nullptr, N::AttrColumnId, Text(columnId));
+        XMLNode strings = FindOrAddColumnStrings(root, columnId);
         if (text.empty())
             strings.RemoveChildNode(property);
         else
