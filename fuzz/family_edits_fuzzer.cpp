@@ -130,7 +130,10 @@ void ApplyEdit(Reader& in, CEncapFamilyTable& table) {
     }
     case 6: {
         const int index = PickIndex(in);
-        table.InsertNewRow(index, (in.Byte() & 1) ? in.Text() : WideString());
+        const WideString id = (in.Byte() & 1) ? in.Text() : WideString();
+        // The table takes a given row id as it is: its callers see to it that it is new.
+        if (id.empty() || !table.GetFamilyRowByID(id.c_str()))
+            table.InsertNewRow(index, id);
         break;
     }
     case 7: {
