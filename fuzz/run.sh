@@ -2,7 +2,10 @@
 # Builds a fuzz target with clang in build/fuzz and runs it.
 # Usage: fuzz/run.sh [seconds] [target]   (default 60 seconds, target cache_file)
 # Targets: cache_file (the table cache reader), toc (opening and walking a table of contents),
-# bmp_reader, ico_reader and pe_resource (the icon and bitmap readers); seeds in fuzz/corpus/<target>.
+# bmp_reader, ico_reader and pe_resource (the icon and bitmap readers), family_open (a family's
+# three documents opened, every cell evaluated by the reference host, its cache file read back),
+# family_edits (structure and value edits on the example family) and formula_scan (the formula
+# scanner and the range parser); seeds in fuzz/corpus/<target>.
 set -eu
 seconds=${1:-60}
 target=${2:-cache_file}
@@ -13,7 +16,9 @@ case "$target" in
   cache_file) max_len=65536; artifacts="$build/artifacts/" ;;
   toc) max_len=16384; artifacts="$build/artifacts/toc/" ;;
   bmp_reader|ico_reader|pe_resource) max_len=65536; artifacts="$build/artifacts/$target/" ;;
-  *) echo "fuzz/run.sh: unknown target $target (cache_file, toc, bmp_reader, ico_reader or pe_resource)" >&2; exit 2 ;;
+  family_open) max_len=65536; artifacts="$build/artifacts/$target/" ;;
+  family_edits|formula_scan) max_len=4096; artifacts="$build/artifacts/$target/" ;;
+  *) echo "fuzz/run.sh: unknown target $target (cache_file, toc, bmp_reader, ico_reader, pe_resource, family_open, family_edits or formula_scan)" >&2; exit 2 ;;
 esac
 
 # clang and its libFuzzer runtime come from Debian's packages.
@@ -24,8 +29,8 @@ fi
 
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DTORVEX_BUILD_FUZZ=ON \
-  -DTORVEX_BUILD_TESTS=OFF -DTORVEX_BUILD_HOST=OFF -DTORVEX_SANITIZE=OFF >/dev/null
-cmake --build "$build" --target "${target}_fuzzer"
+  -DTORVEX_BUILD_TESTS=OFF -DTORVEX_BUILD_HOST=ON -DTORVEX_SANITIZE=OFF >/dev/null
+cmake --build "$build" -j2 --target "${target}_fuzzer"
 
 # New inputs go to a working corpus in the build tree; the seeds in fuzz/corpus stay as they are.
 work="$build/corpus/$target"

@@ -15,11 +15,14 @@
 #include "torvex/xml/XMLNodeArray.h"
 #include "torvex/xml/XMLParser.h"
 
+#include "family/TableInStep.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <filesystem>
 #include <memory>
+#include <string>
 
 namespace torvex::test {
 
@@ -85,58 +88,10 @@ inline size_t CacheFilesIn(const std::filesystem::path& dir) {
     return count;
 }
 
-// The four things a structure edit keeps in step: the order of the listed elements in the
-// document, the id lists, the maps (each listed id reaches the object on that very element, and
-// nothing else is mapped) and the value cache (it holds nothing for a row or column that is
-// gone). Fails the calling test, naming `where`, at the first disagreement.
+// Fails the calling test, naming `where`, at the first disagreement TableOutOfStep finds.
 inline void ExpectTableInStep(const CEncapFamilyTable& table, const char* where) {
-    struct Kind {
-        const wchar_t* path;
-        const wchar_t* attribute;
-        const WideStringList& ids;
-    };
-    const Kind kinds[] = {{L"Columns/Column", L"ColumnId", table.GetAllColumnIDs()},
-                          {L"Rows/Row", L"RowId", table.GetAllRowIDs()}};
-    for (const Kind& kind : kinds) {
-        XMLNodeArray elements;
-        table.GetXMLNode().SelectChildNodes(kind.path, elements);
-        WideStringList listed;
-        std::vector<XMLNode> nodes;
-        for (const XMLNode& element : elements) {
-            WideString id;
-            if (element.GetProperty(kind.attribute, id)) {
-                listed.push_back(id);
-                nodes.push_back(element);
-            }
-        }
-        ASSERT_EQ(listed, kind.ids) << where << ": element order and id list differ";
-        for (size_t i = 0; i < listed.size(); ++i) {
-            const bool columns = kind.attribute == WideString(L"ColumnId");
-            const XMLNode* node = nullptr;
-            if (columns) {
-                const CEncapFamilyColumn* column = table.GetFamilyColumnByID(listed[i].c_str());
-                node = column ? &column->GetXMLNode() : nullptr;
-            } else {
-                const CEncapFamilyRow* row = table.GetFamilyRowByID(listed[i].c_str());
-                node = row ? &row->GetXMLNode() : nullptr;
-            }
-            ASSERT_TRUE(node && node->IsSameNode(nodes[i]))
-                << where << ": the map doesn't reach the element of "
-                << platform::ToUtf8(listed[i]);
-        }
-    }
-    CEncapFamilyColumn::ColumnSet all;
-    EXPECT_EQ(table.GetAllColumns(all).size(), table.GetColumnsCount())
-        << where << ": columns mapped but not listed";
-    if (const CTableValueCache* cache = table.GetValueCache()) {
-        cache->ForEachCachedKey([&](const WideString& row, const WideString& column,
-                                    const WideString&) {
-            EXPECT_TRUE(table.GetFamilyRowByID(row.c_str()))
-                << where << ": cached value of a row that is gone: " << platform::ToUtf8(row);
-            EXPECT_TRUE(table.GetFamilyColumnByID(column.c_str()))
-                << where << ": cached value of a column that is gone: " << platform::ToUtf8(column);
-        });
-    }
+    const std::string problem = TableOutOfStep(table);
+    EXPECT_TRUE(problem.empty()) << where << ": " << problem;
 }
 
 } // namespace torvex::test

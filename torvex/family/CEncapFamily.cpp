@@ -11,6 +11,7 @@
 #include "torvex/platform/Utf16.h"
 #include "torvex/text/CStringUtil.h"
 #include "torvex/xml/XMLNodeArray.h"
+#include "torvex/xml/XPathLiteral.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -559,6 +560,8 @@ bool CEncapFamily::SetFamilyProperty(FamilyPropType type, const wchar_t* value) 
 // ---- Category parameter constants ----
 
 bool CEncapFamily::GetCatParamConstValue(const wchar_t* name, WideString& value) const {
+    if (!FitsXPathLiteral(name))
+        return false;
     bool found = false;
     XMLNode constant;
     if (m_familyXml.GetRootNode().GetChildNode(
@@ -585,7 +588,8 @@ void CEncapFamily::SetCatParamConstValue(const wchar_t* name, const wchar_t* val
     XMLNode constants;
     if (m_familyXml.GetRootNode().GetChildNode(ConstantsPath().c_str(), constants)) {
         XMLNode constant;
-        if (!constants.GetChildNode(ConstantStep(name).c_str(), constant)) {
+        if (!FitsXPathLiteral(name) ||
+            !constants.GetChildNode(ConstantStep(name).c_str(), constant)) {
             XMLNode added = constants.AddNode(N::ElemParamTemplateValue, nullptr,
                                               N::AttrConstantValue, text.c_str());
             added.AddNode(N::ElemCategoryParameterRef, nullptr, N::AttrCategoryParameter,
@@ -609,7 +613,8 @@ void CEncapFamily::SetCatParamConstValue(const wchar_t* name, const wchar_t* val
             continue;
         XMLNode root = strings->GetDocument().GetRootNode();
         XMLNode localized;
-        const bool found = root.GetChildNode(LocalizedConstantPath(name).c_str(), localized);
+        const bool found = FitsXPathLiteral(name) &&
+                           root.GetChildNode(LocalizedConstantPath(name).c_str(), localized);
         if (!found && !text.empty())
             root.GetOrAddNode(N::ElemConstantValues)
                 .AddNode(N::ElemConstantValue, text.c_str(), N::AttrCategoryParameter, Text(name));
@@ -623,7 +628,8 @@ void CEncapFamily::SetCatParamConstValue(const wchar_t* name, const wchar_t* val
 long CEncapFamily::SetTemplateParameterValue(const wchar_t* templateName,
                                              const wchar_t* parameterId, const wchar_t* value) {
     XMLNode constants;
-    if (!m_familyXml.GetRootNode().GetChildNode(ConstantsPath().c_str(), constants))
+    if (!FitsXPathLiteral(templateName) || !FitsXPathLiteral(parameterId) ||
+        !m_familyXml.GetRootNode().GetChildNode(ConstantsPath().c_str(), constants))
         return 1;
     // ParamTemplateValue/TemplatesParameter[TemplateParameter/@ParameterId = "<id>"]
     //   [TemplateParameter/@TemplateName = "<name>"]: two conditions that stand apart.

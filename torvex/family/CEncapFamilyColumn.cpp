@@ -8,6 +8,7 @@
 #include "torvex/family/FamilyNames.h"
 #include "torvex/text/CStringUtil.h"
 #include "torvex/xml/XMLNodeArray.h"
+#include "torvex/xml/XPathLiteral.h"
 
 #include <cwctype>
 #include <map>
@@ -581,10 +582,10 @@ bool CEncapFamilyColumn::HasUniqueValues(Result& result) {
 }
 
 bool CEncapFamilyColumn::GetOverrideRowIds(WideStringList& rowIds) const {
-    if (!m_table)
+    // Rows/Row/Cell[@ColumnId='<id>']: an id holding a quote is not looked up, and so finds
+    // nothing.
+    if (!m_table || !FitsXPathLiteral(m_columnId, L'\''))
         return false;
-    // Rows/Row/Cell[@ColumnId='<id>']: an id holding a quote makes the path fail, and so
-    // finds nothing.
     const WideString path = WideString(FamilyNames::ElemRows) + L"/" + FamilyNames::ElemRow + L"/" +
                             FamilyNames::ElemCell + L"[@" + FamilyNames::AttrColumnId + L"='" +
                             m_columnId + L"']";

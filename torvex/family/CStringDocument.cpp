@@ -2,6 +2,7 @@
 
 #include "torvex/family/FamilyNames.h"
 #include "torvex/xml/XMLNodeArray.h"
+#include "torvex/xml/XPathLiteral.h"
 
 #include <cwchar>
 #include <unordered_map>
@@ -38,7 +39,7 @@ XMLNode FindOrAddColumnStrings(XMLNode& root, const wchar_t* columnId) {
     const WideString step = WideString(N::ElemColumnStrings) + L"[@" + N::AttrColumnId + L"=\"" +
                             Text(columnId) + L"\"]";
     XMLNode strings;
-    if (!table.GetChildNode(step.c_str(), strings))
+    if (!FitsXPathLiteral(columnId) || !table.GetChildNode(step.c_str(), strings))
         strings = table.AddNode(N::ElemColumnStrings, nullptr, N::AttrColumnId, Text(columnId));
     return strings;
 }
@@ -147,6 +148,9 @@ void CStringDocument::Accept() {
 // ---- Reads ----
 
 long CStringDocument::GetCellText(const wchar_t* rowId, const wchar_t* columnId, WideString& out) {
+    if (!FitsXPathLiteral(rowId) || !FitsXPathLiteral(columnId))
+        return 1;
+
     if (!rowId || !columnId)
         return 1;
     XMLNode node;
@@ -167,7 +171,7 @@ long CStringDocument::GetCellText(const wchar_t* rowId, const wchar_t* columnId,
 
 long CStringDocument::GetColumnProperty(const wchar_t* property, const wchar_t* columnId,
                                         WideString& out) {
-    if (!property || !columnId)
+    if (!property || !columnId || !FitsXPathLiteral(columnId))
         return 1;
     XMLNode node;
     const bool known = std::wcscmp(property, N::ElemTitle) == 0 ||
@@ -191,6 +195,7 @@ long CStringDocument::GetColumnProperty(const wchar_t* property, const wchar_t* 
 
 void CStringDocument::SetCellText(const wchar_t* rowId, const wchar_t* columnId,
                                   const wchar_t* value) {
+
     const WideString text = Text(value);
     XMLNode root = m_document.GetRootNode();
     Index* index = Current(rowId, columnId);
@@ -201,7 +206,7 @@ void CStringDocument::SetCellText(const wchar_t* rowId, const wchar_t* columnId,
         const WideString cellStep =
             WideString(N::ElemCellString) + L"[@" + N::AttrRowId + L"=\"" + Text(rowId) + L"\"]";
         XMLNode cell;
-        const bool found = rows.GetChildNode(cellStep.c_str(), cell);
+        const bool found = FitsXPathLiteral(rowId) && rows.GetChildNode(cellStep.c_str(), cell);
         if (!found && !text.empty())
             rows.AddNode(N::ElemCellString, text.c_str(), N::AttrRowId, Text(rowId));
         else if (found && !text.empty())
@@ -240,6 +245,7 @@ void CStringDocument::SetCellText(const wchar_t* rowId, const wchar_t* columnId,
 
 void CStringDocument::SetColumnProperty(const wchar_t* property, const wchar_t* columnId,
                                         const wchar_t* value) {
+
     if (!property)
         return;
     const WideString text = Text(value);
@@ -274,6 +280,9 @@ void CStringDocument::SetColumnProperty(const wchar_t* property, const wchar_t* 
 }
 
 void CStringDocument::RemoveCell(const wchar_t* rowId, const wchar_t* columnId) {
+    if (!FitsXPathLiteral(rowId) || !FitsXPathLiteral(columnId))
+        return;
+
     Index* index = Current(rowId, columnId);
     if (!index) {
         XMLNode cell;
@@ -293,6 +302,9 @@ void CStringDocument::RemoveCell(const wchar_t* rowId, const wchar_t* columnId) 
 }
 
 void CStringDocument::RemoveRowCells(const wchar_t* rowId) {
+    if (!FitsXPathLiteral(rowId))
+        return;
+
     Index* index = Current(rowId);
     if (!index) {
         // Table/ColumnStrings/Rows/CellString[@RowId="<row>"], every one of them.
@@ -316,6 +328,9 @@ void CStringDocument::RemoveRowCells(const wchar_t* rowId) {
 }
 
 void CStringDocument::RemoveColumnProperties(const wchar_t* columnId) {
+    if (!FitsXPathLiteral(columnId))
+        return;
+
     Index* index = Current(columnId);
     if (!index) {
         XMLNode root = m_document.GetRootNode();

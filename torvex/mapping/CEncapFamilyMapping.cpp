@@ -10,6 +10,7 @@
 #include "torvex/platform/AsciiText.h"
 #include "torvex/text/DataTypes.h"
 #include "torvex/xml/XMLNodeArray.h"
+#include "torvex/xml/XPathLiteral.h"
 
 #include <algorithm>
 #include <string>
@@ -190,8 +191,8 @@ bool CEncapFamilyMapping::GetCategoryParamColumn(const wchar_t* parameter, WideS
                               N::ElemCategoryParameterRef + L"/@" + N::AttrCategoryParameter +
                               L", '" + parameter + L"', '', 'i') = 0 ]";
     XMLNode found;
-    if (!m_parameterMap.GetChildNode(exact.c_str(), found) &&
-        !m_parameterMap.GetChildNode(folded.c_str(), found))
+    if (!(FitsXPathLiteral(parameter) && m_parameterMap.GetChildNode(exact.c_str(), found)) &&
+        !(FitsXPathLiteral(parameter, L'\'') && m_parameterMap.GetChildNode(folded.c_str(), found)))
         return false;
     found.GetProperty(N::AttrTableColumn, columnId);
     return true;
@@ -209,6 +210,8 @@ bool CEncapFamilyMapping::GetColumnCategory(const wchar_t* columnId, WideString&
         parameter = found->second;
         return true;
     }
+    if (!Addressable(columnId))
+        return false;
     // ParamToColumn[@TableColumn= "<id>"]/CategoryParameterRef
     const WideString path = ParamToColumnPath() + L"[@" + N::AttrTableColumn + L"= \"" + columnId +
                             L"\"]/" + N::ElemCategoryParameterRef;
@@ -245,6 +248,8 @@ bool CEncapFamilyMapping::FindVisibleColumn(const wchar_t* columnId, XMLNode& co
         column = found->second;
         return true;
     }
+    if (!Addressable(columnId))
+        return false;
     // FamilyTable/Columns/Column[@ColumnId = "<id>" and @Hidden = "false"]
     const WideString path = columns + L"[@" + N::AttrColumnId + L" = \"" + columnId + L"\" and @" +
                             N::AttrHidden + L" = \"" + N::ValueFalse + L"\"]";
@@ -357,12 +362,15 @@ bool CEncapFamilyMapping::IsPropertyAlreadyUsed(const wchar_t* objectRefKey,
                             N::AttrSubObjectId + upper + lower + L")=\"" +
                             AsciiLowerCopy(subObjectId) + L"\"]";
     XMLNode parameter;
-    if (!m_familyTemplates.GetChildNode(path.c_str(), parameter))
+    if (!FitsXPathLiteral(objectRefKey) || !FitsXPathLiteral(subObjectId) ||
+        !m_familyTemplates.GetChildNode(path.c_str(), parameter))
         return false;
     int id = 0;
     parameter.GetProperty(N::AttrId, id);
     WideString templateName;
     parameter.GetParentNode().GetProperty(N::AttrName, templateName);
+    if (!FitsXPathLiteral(templateName))
+        return false;
 
     // //ColumnToTemplate/TemplatesParameter/TemplateParameter[@TemplateName="<name>" and
     //   @ParameterId="<id>" ]
@@ -603,7 +611,7 @@ void CEncapFamilyMapping::UpdateIPropertyMapping(CEncapFamilyColumn* column) {
 void CEncapFamilyMapping::UpdateThreadFeatureColumn(CEncapFamilyColumn*) {}
 
 void CEncapFamilyMapping::UpdateTemplateParameters(const wchar_t* templateName, int parameterId) {
-    if (!templateName)
+    if (!templateName || !FitsXPathLiteral(templateName))
         return;
     // //TemplatesParameter/TemplateParameter[@TemplateName="<name>" and @ParameterId="<id>" ]:
     // the whole document, so constant values count as well as columns. The reference being
@@ -704,11 +712,12 @@ bool CEncapFamilyMapping::RemoveParamToConstantMapping(const wchar_t* parameter)
     const WideString exact = values + L"[" + N::ElemCategoryParameterRef + L"/@" +
                              N::AttrCategoryParameter + L" = \"" + parameter + L"\"]";
     XMLNodeArray found;
-    if (!m_parameterMap.SelectChildNodes(exact.c_str(), found)) {
+    if (!FitsXPathLiteral(parameter) || !m_parameterMap.SelectChildNodes(exact.c_str(), found)) {
         const WideString folded = values + L"[ms:string-compare(" + N::ElemCategoryParameterRef +
                                   L"/@" + N::AttrCategoryParameter + L", '" + parameter +
                                   L"', '' , 'i' ) = 0 ]";
-        m_parameterMap.SelectChildNodes(folded.c_str(), found);
+        if (FitsXPathLiteral(parameter, L'\''))
+            m_parameterMap.SelectChildNodes(folded.c_str(), found);
     }
     for (XMLNode& node : found)
         node.RemoveThisNode(true);

@@ -2,6 +2,7 @@
 
 #include "torvex/family/FamilyNames.h"
 #include "torvex/platform/AsciiText.h"
+#include "torvex/xml/XPathLiteral.h"
 
 namespace torvex {
 namespace {
@@ -33,7 +34,7 @@ void CEncapMemberColToParam::GetColumnName(WideString& out) const {
 }
 
 bool CEncapMemberColToParam::IsMappedForCatParam(const wchar_t* parameter) const {
-    if (!parameter)
+    if (!parameter || !FitsXPathLiteral(parameter))
         return false;
     // CategoryParameterRef[@CategoryParameter = "<parameter>"]
     const WideString path = WideString(FamilyNames::ElemCategoryParameterRef) + L"[@" +

@@ -2,6 +2,7 @@
 
 #include "torvex/family/FamilyNames.h"
 #include "torvex/xml/XMLNodeArray.h"
+#include "torvex/xml/XPathLiteral.h"
 
 #include <string>
 
@@ -39,7 +40,8 @@ void CEncapMemberColToTemplate::AddMapping(const wchar_t* templateName, int para
     if (!templateName || !m_node.IsNode())
         return;
     XMLNode found;
-    if (m_node.GetChildNode(MappingPath(templateName, parameterId).c_str(), found))
+    if (FitsXPathLiteral(templateName) &&
+        m_node.GetChildNode(MappingPath(templateName, parameterId).c_str(), found))
         return;
     XMLNode list = m_node.GetOrAddNode(FamilyNames::ElemTemplatesParameter);
     list.AddNode(FamilyNames::ElemTemplateParameter, nullptr, FamilyNames::AttrTemplateName,
@@ -47,7 +49,7 @@ void CEncapMemberColToTemplate::AddMapping(const wchar_t* templateName, int para
 }
 
 void CEncapMemberColToTemplate::DeleteMapping(const wchar_t* templateName, int parameterId) {
-    if (!templateName)
+    if (!templateName || !FitsXPathLiteral(templateName))
         return;
     XMLNode found;
     if (m_node.GetChildNode(MappingPath(templateName, parameterId).c_str(), found))
