@@ -45,6 +45,11 @@ std::unique_ptr<CEncapFamily> OpenFamily(const GeneratedFamily& family,
                                           new CUnitsEvaluatorProvider(), false);
 }
 
+std::unique_ptr<CEncapFamily> OpenGraphFamily(const GraphFamily& family) {
+    return std::make_unique<CEncapFamily>(family.familyXml.c_str(), WideStringList(), nullptr,
+                                          new CUnitsEvaluatorProvider(), false);
+}
+
 CellTally ReadAllCells(CEncapFamily& family) {
     return ReadAllCells(family, nullptr);
 }

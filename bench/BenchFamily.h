@@ -3,6 +3,7 @@
 // reading its cells the way a host shows a whole table.
 
 #include "FamilyGenerator.h"
+#include "GraphFamilyGenerator.h"
 
 #include "torvex/family/CEncapFamily.h"
 
@@ -29,6 +30,10 @@ struct CellTally {
 /// cache file. Never fails (a family whose text doesn't parse has a null table).
 std::unique_ptr<CEncapFamily> OpenFamily(const GeneratedFamily& family,
                                          const std::wstring& cacheFolder);
+
+/// Opens a generated graph family (no string documents, no cache folder) with a new reference
+/// provider. Never fails.
+std::unique_ptr<CEncapFamily> OpenGraphFamily(const GraphFamily& family);
 
 /// Reads every cell through CEncapFamilyTable::GetValue, row by row in document order, columns
 /// in document order. An empty tally for a family without a table.

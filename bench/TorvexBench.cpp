@@ -4,6 +4,9 @@
 //
 // Extra flags, before Google Benchmark's own:
 //   --sizes=100,1000      row counts to run (default 100,1000,10000,50000)
+//   --graph-sizes=1000    column counts of the graph shapes (default 1000,10000,50000)
+//   --write-graph-family=SHAPE:COLUMNS FILE
+//                         write a graph family (GraphFamilyGenerator.h) as UTF-8 XML and leave
 //   --wall-clock          time the steps by the wall clock, not by the thread's CPU time
 //   --show-cells=ROWS     print the first rows' values and results and leave
 //   --memory-child=...    internal: the body of a memory child process
@@ -11,12 +14,14 @@
 #include "Baselines.h"
 #include "BenchFamily.h"
 #include "FamilyGenerator.h"
+#include "GraphFamilyGenerator.h"
 #include "MemoryProbe.h"
 
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/family/CEncapFamilyTable.h"
 #include "torvex/platform/Files.h"
 #include "torvex/platform/NumberText.h"
+#include "torvex/platform/Utf16.h"
 
 #include <benchmark/benchmark.h>
 
@@ -613,6 +618,118 @@ void PairedGrowth(benchmark::State& state, Step step, size_t smaller, size_t lar
     }
 }
 
+// ---- Graph shapes ----
+//
+// Families of one row whose N columns depend on each other in one shape (GraphFamilyGenerator.h):
+// opening and reading every cell in document order, which starts at the top of the graph, so
+// that the first read evaluates the whole graph beneath it. The growth from 1,000 to 10,000 and
+// from 10,000 to 50,000 columns is measured in pairs, as that of the row counts.
+
+constexpr GraphShape kGraphShapes[] = {GraphShape::Chain, GraphShape::FanOut, GraphShape::Diamond,
+                                       GraphShape::Cycle};
+
+// Seconds of opening the family and reading every cell once; closing it is not timed.
+double TimeGraphStep(const GraphFamily& family, CellTally* tally) {
+    const auto start = Clock::now();
+    std::unique_ptr<CEncapFamily> opened = OpenGraphFamily(family);
+    const CellTally read = ReadAllCells(*opened);
+    const double seconds = SecondsSince(start);
+    if (tally)
+        *tally = read;
+    return seconds;
+}
+
+// What a pass over a graph family must give: every cell a value (0) and c0 the value the
+// generator names; in the loop every cell 1. Empty when it does, else what went wrong.
+std::string CheckGraphPass(const GraphFamily& family, const CellTally& tally) {
+    if (tally.Cells() != family.columns)
+        return "not every cell was read";
+    const size_t expected = family.shape == GraphShape::Cycle
+                                ? tally.byResult[CTableEvaluator::EvalCircularDependency]
+                                : tally.byResult[CTableEvaluator::EvalOk];
+    if (expected != family.columns)
+        return family.shape == GraphShape::Cycle ? "a cell of the loop did not give 1"
+                                                 : "a cell of the graph did not evaluate";
+    if (family.shape == GraphShape::Cycle)
+        return std::string();
+    std::unique_ptr<CEncapFamily> opened = OpenGraphFamily(family);
+    WideString value;
+    opened->GetEncapFamilyTable()->GetValue(L"r1", L"c0", value);
+    return value == family.firstValue ? std::string() : "c0 has the wrong value";
+}
+
+void Graph(benchmark::State& state, GraphShape shape, size_t columns) {
+    const GraphFamily family = GenerateGraphFamily(shape, columns);
+    CellTally tally;
+    TimeGraphStep(family, &tally); // warm-up
+    const std::string wrong = CheckGraphPass(family, tally);
+    if (!wrong.empty()) {
+        state.SkipWithError(wrong.c_str());
+        return;
+    }
+    for (auto _ : state)
+        state.SetIterationTime(TimeGraphStep(family, &tally));
+    SetTallyCounters(state, tally);
+    state.counters["columns"] = static_cast<double>(columns);
+    state.counters["bytes"] = static_cast<double>(family.familyXml.size());
+}
+
+// The growth of a graph step: each iteration times the larger family once and the smaller
+// (larger / smaller) times, in alternating order; counters `lo_ms` and `hi_ms`, one step each.
+void PairedGraph(benchmark::State& state, GraphShape shape, size_t smaller, size_t larger) {
+    const GraphFamily small = GenerateGraphFamily(shape, smaller);
+    const GraphFamily large = GenerateGraphFamily(shape, larger);
+    TimeGraphStep(small, nullptr); // warm-up
+    TimeGraphStep(large, nullptr);
+    const size_t repeats = larger / smaller;
+    double smallSeconds = 0.0, largeSeconds = 0.0;
+    int iteration = 0;
+    for (auto _ : state) {
+        const bool largeFirst = iteration++ % 2 == 0;
+        double seconds = 0.0;
+        if (largeFirst)
+            seconds = TimeGraphStep(large, nullptr);
+        for (size_t i = 0; i < repeats; ++i)
+            smallSeconds += TimeGraphStep(small, nullptr);
+        if (!largeFirst)
+            seconds = TimeGraphStep(large, nullptr);
+        largeSeconds += seconds;
+        state.SetIterationTime(seconds);
+    }
+    if (iteration > 0) {
+        state.counters["lo_ms"] = smallSeconds * 1e3 / (iteration * static_cast<double>(repeats));
+        state.counters["hi_ms"] = largeSeconds * 1e3 / iteration;
+        state.counters["lo_columns"] = static_cast<double>(smaller);
+    }
+}
+
+void RegisterGraphs(const std::vector<size_t>& sizes) {
+    for (const GraphShape shape : kGraphShapes) {
+        const std::string name = std::string("Graph/") + GraphShapeName(shape) + "/";
+        for (const size_t columns : sizes) {
+            const int iterations = columns <= 1000 ? 20 : columns <= 10000 ? 5 : 2;
+            benchmark::RegisterBenchmark((name + std::to_string(columns)).c_str(), Graph, shape,
+                                         columns)
+                ->Iterations(iterations)
+                ->UseManualTime()
+                ->Unit(benchmark::kMillisecond);
+        }
+        for (const auto& [smaller, larger] :
+             {std::pair<size_t, size_t>{1000, 10000}, {10000, 50000}}) {
+            if (std::find(sizes.begin(), sizes.end(), smaller) == sizes.end() ||
+                std::find(sizes.begin(), sizes.end(), larger) == sizes.end())
+                continue;
+            benchmark::RegisterBenchmark(
+                (std::string("PairedGraph/") + GraphShapeName(shape) + "/" + std::to_string(larger))
+                    .c_str(),
+                PairedGraph, shape, smaller, larger)
+                ->Iterations(larger <= 10000 ? 3 : 2)
+                ->UseManualTime()
+                ->Unit(benchmark::kMillisecond);
+        }
+    }
+}
+
 void Memory(benchmark::State& state, size_t rows) {
     MemoryFigures figures;
     for (auto _ : state) {
@@ -690,6 +807,36 @@ void RegisterAll(const std::vector<size_t>& sizes) {
     Register("Memory", largest, Memory, 1, benchmark::kSecond);
 }
 
+constexpr const char* kWriteGraphFamilyFlag = "--write-graph-family=";
+
+// --write-graph-family=SHAPE:COLUMNS FILE: writes a generated graph family as UTF-8 XML, for
+// trying the command-line tool on it. 0, or 2 for bad arguments or a file that can't be written.
+int WriteGraphFamily(const std::string& argument, const char* path) {
+    const size_t colon = argument.find(':');
+    GraphShape shape = GraphShape::Chain;
+    char* end = nullptr;
+    const unsigned long columns =
+        colon == std::string::npos ? 0 : std::strtoul(argument.c_str() + colon + 1, &end, 10);
+    if (!path || colon == std::string::npos || !ParseGraphShape(argument.substr(0, colon), shape) ||
+        columns < 2 || !end || *end) {
+        std::fprintf(stderr,
+                     "usage: torvex_bench %sSHAPE:COLUMNS FILE (SHAPE: chain, fan-out, "
+                     "diamond, cycle; COLUMNS at least 2)\n",
+                     kWriteGraphFamilyFlag);
+        return 2;
+    }
+    const std::string text = platform::ToUtf8(GenerateGraphFamily(shape, columns).familyXml);
+    std::FILE* file = std::fopen(path, "wb");
+    const bool written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    if (file && std::fclose(file) != 0)
+        return 2;
+    if (!written) {
+        std::fprintf(stderr, "cannot write %s\n", path);
+        return 2;
+    }
+    return 0;
+}
+
 // "100,1000" into sizes; false for anything else.
 bool ParseSizes(const char* text, std::vector<size_t>& sizes) {
     sizes.clear();
@@ -715,17 +862,28 @@ bool ParseSizes(const char* text, std::vector<size_t>& sizes) {
 int main(int argc, char** argv) {
     using namespace torvex::bench;
     std::vector<size_t> sizes = {100, 1000, 10000, 50000};
+    std::vector<size_t> graphSizes = {1000, 10000, 50000};
     std::vector<char*> rest = {argv[0]};
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         if (argument.rfind(kMemoryChildFlag, 0) == 0)
             return RunMemoryChild(argument.substr(std::strlen(kMemoryChildFlag)));
+        if (argument.rfind(kWriteGraphFamilyFlag, 0) == 0)
+            return WriteGraphFamily(argument.substr(std::strlen(kWriteGraphFamilyFlag)),
+                                    i + 1 < argc ? argv[i + 1] : nullptr);
         if (argument.rfind("--show-cells=", 0) == 0) {
             WarmUpHost();
             return ShowCells(std::strtoul(argument.c_str() + 13, nullptr, 10), 3);
         }
         if (argument == "--wall-clock") {
             g_wallClock = true;
+            continue;
+        }
+        if (argument.rfind("--graph-sizes=", 0) == 0) {
+            if (!ParseSizes(argument.c_str() + 14, graphSizes)) {
+                std::fprintf(stderr, "bad --graph-sizes: %s\n", argument.c_str());
+                return 2;
+            }
             continue;
         }
         if (argument.rfind("--sizes=", 0) == 0) {
@@ -745,6 +903,7 @@ int main(int argc, char** argv) {
     benchmark::AddCustomContext("torvex_clock", g_wallClock ? "wall clock" : "thread CPU time");
     WarmUpHost();
     RegisterAll(sizes);
+    RegisterGraphs(graphSizes);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

@@ -102,7 +102,11 @@ def main():
         print(__doc__, file=sys.stderr)
         return 2
     data, runs = load(sys.argv[1])
-    sizes = sorted({rows for (kind, rows) in runs if kind != "Memory"})
+    sizes = sorted({rows for (kind, rows) in runs
+                    if kind != "Memory" and not kind.startswith(("Graph/", "PairedGraph/"))})
+    graph_sizes = sorted({rows for (kind, rows) in runs if kind.startswith("Graph/")})
+    shapes = [kind.split("/")[1] for kind in dict.fromkeys(
+        kind for (kind, rows) in runs if kind.startswith("Graph/"))]
 
     def t(kind, rows):
         entry = runs.get((kind, rows))
@@ -139,6 +143,14 @@ def main():
     print("  (save = closing with a cache folder - closing without; load = opening with the"
           " file - opening without;\n   both measured in the same iterations, in alternating"
           " order)")
+
+    if graph_sizes:
+        print("\nGraph shapes, one row of N columns: open + first evaluation (every cell read in "
+              "document order, from the top of the graph), ms")
+        print("".ljust(24) + "".join(f"N={n}".rjust(12) for n in graph_sizes))
+        for shape in shapes:
+            print(f"Graph/{shape}".ljust(24)
+                  + "".join(fmt_ms(t(f"Graph/{shape}", n)).rjust(12) for n in graph_sizes))
 
     for n in sizes:
         cells = counter("Torvex/FirstEvaluation", n, "cells")
@@ -203,6 +215,21 @@ def main():
                              info=info)
             else:
                 verdicts.add(f"Scaling {step} {lo}->{hi}", separate, limit)
+    # The graph shapes grow with the columns as the row counts do.
+    for shape in shapes:
+        for lo, hi, limit in ((1000, 10000, 12), (10000, 50000, 6)):
+            if lo not in graph_sizes or hi not in graph_sizes:
+                continue
+            a, b = t(f"Graph/{shape}", lo), t(f"Graph/{shape}", hi)
+            separate = b / a if a and b else None
+            lo_ms, hi_ms = (counter(f"PairedGraph/{shape}", hi, "lo_ms"),
+                            counter(f"PairedGraph/{shape}", hi, "hi_ms"))
+            if lo_ms and hi_ms:
+                info = f"separate benchmarks {separate:.2f}x" if separate else ""
+                verdicts.add(f"Scaling graph {shape} {lo}->{hi} columns (paired)", hi_ms / lo_ms,
+                             limit, info=info)
+            else:
+                verdicts.add(f"Scaling graph {shape} {lo}->{hi} columns", separate, limit)
     for (kind, n), entry in sorted(runs.items()):
         if kind != "Memory":
             continue

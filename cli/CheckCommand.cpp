@@ -13,6 +13,10 @@
 #include "torvex/platform/Utf16.h"
 #include "torvex/xml/XMLNodeArray.h"
 
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
 namespace torvex::cli {
 
 namespace {
@@ -48,6 +52,53 @@ int Repair(CEncapFamily& family, const CheckOptions& options, std::ostream& out,
     return kExitOk;
 }
 
+// The columns for which CheckCircularDependency(nullptr) answers 1: those from which a loop of
+// column formulas can be reached through the dependents (a column on a loop among them). Asking
+// each column would walk a chain of N columns N times; this finds them all in one pass over the
+// graph: a column reaches no loop exactly when none of its dependents does, so peeling off the
+// columns without dependents, then those whose dependents are all peeled off, and so on, leaves
+// the others.
+std::unordered_set<const CEncapFamilyColumn*> ColumnsReachingALoop(const CEncapFamilyTable& table) {
+    // Every column of the table and every dependent, each once, with its dependents not yet
+    // peeled off, and for each the columns it is a dependent of.
+    std::unordered_map<const CEncapFamilyColumn*, size_t> remaining;
+    std::vector<const CEncapFamilyColumn*> columns;
+    auto meet = [&](const CEncapFamilyColumn* column) {
+        if (column && remaining.emplace(column, column->GetDependantColumns().size()).second)
+            columns.push_back(column);
+    };
+    for (const WideString& id : table.GetAllColumnIDs())
+        meet(table.GetFamilyColumnByID(id.c_str()));
+    for (size_t i = 0; i < columns.size(); ++i) {
+        for (const CEncapFamilyColumn* dependent : columns[i]->GetDependantColumns())
+            meet(dependent);
+    }
+    std::unordered_map<const CEncapFamilyColumn*, std::vector<const CEncapFamilyColumn*>>
+        dependedOn;
+    std::vector<const CEncapFamilyColumn*> peeled;
+    for (const CEncapFamilyColumn* column : columns) {
+        for (const CEncapFamilyColumn* dependent : column->GetDependantColumns())
+            dependedOn[dependent].push_back(column);
+        if (remaining[column] == 0)
+            peeled.push_back(column);
+    }
+    for (size_t i = 0; i < peeled.size(); ++i) {
+        const auto found = dependedOn.find(peeled[i]);
+        if (found == dependedOn.end())
+            continue;
+        for (const CEncapFamilyColumn* column : found->second) {
+            if (--remaining[column] == 0)
+                peeled.push_back(column);
+        }
+    }
+    std::unordered_set<const CEncapFamilyColumn*> reaching;
+    for (const CEncapFamilyColumn* column : columns) {
+        if (remaining[column] != 0)
+            reaching.insert(column);
+    }
+    return reaching;
+}
+
 } // namespace
 
 int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) {
@@ -67,6 +118,7 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) 
         return kExitFailed;
     }
     CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    const std::unordered_set<const CEncapFamilyColumn*> looping = ColumnsReachingALoop(table);
     size_t checked = 0;
     size_t problems = 0;
     for (const WideString& id : table.GetAllColumnIDs()) {
@@ -82,9 +134,10 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) 
             column->IsCustom() ? DataTypes::FormulaRange : DataTypes::FormulaExpression;
         CTableEvaluator::EvaluateResult result =
             table.CheckFormulaSyntax(formula.c_str(), type, column->GetDataType(), unit.c_str());
-        // A loop of column formulas read from the document passes the syntax check; name it too.
-        if (result == CTableEvaluator::EvalOk)
-            result = column->CheckCircularDependency(nullptr);
+        // A loop of column formulas read from the document passes the syntax check; name it too
+        // (the answer of CheckCircularDependency(nullptr), for every column at once).
+        if (result == CTableEvaluator::EvalOk && looping.count(column))
+            result = CTableEvaluator::EvalCircularDependency;
         ++checked;
         if (result != CTableEvaluator::EvalOk) {
             ++problems;

@@ -75,6 +75,11 @@ void TablePrinter::Print(std::ostream& out, size_t width, size_t maxCellWidth) c
             widths[c] = std::max(widths[c], std::min(DisplayWidth(row[c]), maxCellWidth));
     }
     const std::string gap = "  ";
+    // The rule under the header, made once: made for each block, it grew with the square of the
+    // columns (a block holds a few of them).
+    std::vector<std::string> rule(count);
+    for (size_t c = 0; c < count; ++c)
+        rule[c] = std::string(widths[c], '-');
     size_t first = 1;
     bool firstBlock = true;
     do {
@@ -100,9 +105,6 @@ void TablePrinter::Print(std::ostream& out, size_t width, size_t maxCellWidth) c
             out << '\n';
         };
         line(header_);
-        std::vector<std::string> rule(count);
-        for (size_t c = 0; c < count; ++c)
-            rule[c] = std::string(widths[c], '-');
         line(rule);
         for (const auto& row : rows_)
             line(row);

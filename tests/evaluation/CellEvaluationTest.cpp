@@ -363,23 +363,205 @@ TEST(CellEvaluation, EvaluateInUnitCachesTheConvertedValue) {
     EXPECT_EQ(evaluator.EvaluateInUnit(L"r1", L"mixed", L"", L"cm"), E::EvalUnitMismatch);
 }
 
-// A chain of references longer than the nesting bound fails as a loop instead of exhausting the
-// stack; with part of it cached the rest evaluates.
-TEST(CellEvaluation, LongChainsEvaluateUpToTheNestingBound) {
-    // c0 = 1, c<i> = {c<i-1>}: a chain as long as the bound allows, and one beyond it.
-    const size_t length = CTableEvaluator::kMaxNestedEvaluations + 10;
-    WideString columns = L"<Column ColumnId=\"c0\" ColumnwideValue=\"1\"/>";
-    for (size_t i = 1; i < length; ++i)
-        columns += L"<Column ColumnId=\"c" + std::to_wstring(i) + L"\" ColumnwideValue=\"{c" +
-                   std::to_wstring(i - 1) + L"}\"/>";
-    TestFamily f(FamilyXml(columns, L"<Row RowId=\"r\"/>"));
+// c0 ... c<n-1>, Real without a unit, one row "r": c<i> = {c<i+1>}+1 and the last column holds
+// `lastText` in its Cell, or (empty) refers back to c0, closing a loop through every column.
+WideString ChainFamily(size_t length, const WideString& lastText) {
+    WideString columns;
+    for (size_t i = 0; i + 1 < length; ++i)
+        columns += L"<Column ColumnId=\"c" + std::to_wstring(i) +
+                   L"\" ValueType=\"double\" ColumnwideValue=\"{c" + std::to_wstring(i + 1) +
+                   L"}+1\"/>";
     const WideString last = L"c" + std::to_wstring(length - 1);
-    const WideString middle = L"c" + std::to_wstring(length / 2);
-    EXPECT_EQ(ReadCell(f.Table(), L"r", last.c_str()).result, E::EvalCircularDependency);
-    EXPECT_TRUE(f.Table().GetEvaluator()->GetCellsInProgress().empty());
-    // With the first half cached, the rest is within the bound.
-    EXPECT_EQ(ReadCell(f.Table(), L"r", middle.c_str()).value, L"1");
-    EXPECT_EQ(ReadCell(f.Table(), L"r", last.c_str()).value, L"1");
+    if (lastText.empty())
+        return FamilyXml(columns + L"<Column ColumnId=\"" + last +
+                             L"\" ValueType=\"double\" ColumnwideValue=\"{c0}+1\"/>",
+                         L"<Row RowId=\"r\"/>");
+    return FamilyXml(columns + L"<Column ColumnId=\"" + last + L"\" ValueType=\"double\"/>",
+                     L"<Row RowId=\"r\"><Cell ColumnId=\"" + last + L"\">" + lastText +
+                         L"</Cell></Row>");
+}
+
+WideString Id(size_t index) {
+    return L"c" + std::to_wstring(index);
+}
+
+// A chain of references of any depth evaluates, read from its top first, without exhausting the
+// stack (the cells waiting for their references are kept on the heap): no result 1 where there
+// is no loop. 20,000 nested cells are far more than the stack of a sanitized build holds as
+// calls.
+TEST(CellEvaluation, ChainsOfAnyDepthEvaluate) {
+    const size_t length = 20000;
+    TestFamily f(ChainFamily(length, L"1"));
+    CEncapFamilyTable& table = f.Table();
+    const Read top = ReadCell(table, L"r", L"c0");
+    EXPECT_EQ(top.result, E::EvalOk);
+    EXPECT_EQ(top.value, std::to_wstring(length));
+    EXPECT_TRUE(table.GetEvaluator()->GetCellsInProgress().empty());
+    // Every cell on the way was evaluated once and cached: the host computed each once.
+    size_t evaluations = 0;
+    for (const WideString& call : f.host->calls)
+        evaluations += call.rfind(L"Evaluate(", 0) == 0;
+    EXPECT_EQ(evaluations, length - 1);
+    f.host->calls.clear();
+    for (size_t i = 0; i < length; ++i) {
+        const Read read = ReadCell(table, L"r", Id(i).c_str());
+        ASSERT_EQ(read.result, E::EvalOk) << i;
+        ASSERT_EQ(read.value, std::to_wstring(length - i)) << i;
+    }
+    EXPECT_TRUE(f.host->calls.empty());
+}
+
+// The same deep chain when its last cell fails: every cell gives that failure (the first one
+// read after walking the whole chain, the others from what was remembered of the cells they
+// refer to: the host is asked about the failing cell once per read of it, and not once per cell
+// above it).
+TEST(CellEvaluation, DeepChainPassesAFailureUp) {
+    const size_t length = 5000;
+    // "1kg": a unit the host refuses in a Real column without a unit, which it evaluates as an
+    // expression (3), as with the unitless text.
+    TestFamily f(ChainFamily(length, L"1kg"));
+    CEncapFamilyTable& table = f.Table();
+    for (size_t i = 0; i < length; ++i) {
+        const Read read = ReadCell(table, L"r", Id(i).c_str());
+        ASSERT_EQ(read.result, E::EvalExpressionFailed) << i;
+        ASSERT_EQ(read.value, L"untouched") << i;
+    }
+    EXPECT_TRUE(table.GetEvaluator()->GetCellsInProgress().empty());
+    // The failing cell was evaluated by the first read (through the chain) and by its own read.
+    EXPECT_EQ(f.host->Log(L"Evaluate"), L"Evaluate(1kg|ul) Evaluate(1kg|ul) Evaluate(1kg|ul) "
+                                        L"Evaluate(1kg|ul)");
+}
+
+// A loop through thousands of columns: every cell gives 1, and reading them all walks the loop
+// once, not once per cell. A column formula set to break the loop is taken, and then every cell
+// has its value: nothing remembered of the loop outlives the edit.
+TEST(CellEvaluation, LoopThroughManyColumnsAndItsRepair) {
+    const size_t length = 5000;
+    TestFamily f(ChainFamily(length, L""));
+    CEncapFamilyTable& table = f.Table();
+    for (size_t i = 0; i < length; ++i) {
+        const Read read = ReadCell(table, L"r", Id(i).c_str());
+        ASSERT_EQ(read.result, E::EvalCircularDependency) << i;
+        ASSERT_EQ(read.value, L"untouched") << i;
+    }
+    EXPECT_TRUE(table.GetEvaluator()->GetCellsInProgress().empty());
+    EXPECT_TRUE(f.host->calls.empty());
+
+    CEncapFamilyColumn* last = table.GetFamilyColumnByID(Id(length - 1).c_str());
+    EXPECT_EQ(last->SetFormula(L"{c0}*2"), E::EvalCircularDependency);
+    EXPECT_EQ(last->SetFormula(L"7"), E::EvalOk);
+    // From the top: every cell of the former loop is evaluated again, none recalled.
+    for (size_t i = 0; i < length; ++i) {
+        const Read read = ReadCell(table, L"r", Id(i).c_str());
+        ASSERT_EQ(read.result, E::EvalOk) << i;
+        ASSERT_EQ(read.value, std::to_wstring(length - 1 - i + 7)) << i;
+    }
+}
+
+// Cells that give 8 (units that don't fit, the text without units computed) in a chain: every
+// read delivers 8 with its value, the cell read is computed again each time (the host is asked
+// anew about it), and the cells it refers to are each computed once per pass, also where two
+// paths meet.
+TEST(CellEvaluation, UnitMismatchChainsAndDiamonds) {
+    // m<i> = {m<i+1>}+{cnt} in mm: "6mm+3ul" fails, "6+3" doesn't; m<n> = {len}+{cnt}.
+    // d0 = {d1}+{d2}, d1 = {d3}+{cnt}, d2 = {d3}+{cnt}, d3 = {len}+{cnt}: a diamond.
+    const size_t length = 300;
+    WideString columns = L"<Column ColumnId=\"len\" ValueType=\"double\" UnitType=\"mm\"/>"
+                         L"<Column ColumnId=\"cnt\" ValueType=\"integer\"/>";
+    for (size_t i = 0; i < length; ++i)
+        columns += L"<Column ColumnId=\"m" + std::to_wstring(i) +
+                   L"\" ValueType=\"double\" UnitType=\"mm\" ColumnwideValue=\"{m" +
+                   std::to_wstring(i + 1) + L"}+{cnt}\"/>";
+    columns += L"<Column ColumnId=\"m" + std::to_wstring(length) +
+               L"\" ValueType=\"double\" UnitType=\"mm\" ColumnwideValue=\"{len}+{cnt}\"/>";
+    columns += L"<Column ColumnId=\"d0\" ValueType=\"double\" UnitType=\"mm\" "
+               L"ColumnwideValue=\"{d1}+{d2}\"/>"
+               L"<Column ColumnId=\"d1\" ValueType=\"double\" UnitType=\"mm\" "
+               L"ColumnwideValue=\"{d3}+{cnt}\"/>"
+               L"<Column ColumnId=\"d2\" ValueType=\"double\" UnitType=\"mm\" "
+               L"ColumnwideValue=\"{d3}+{cnt}\"/>"
+               L"<Column ColumnId=\"d3\" ValueType=\"double\" UnitType=\"mm\" "
+               L"ColumnwideValue=\"{len}+{cnt}\"/>";
+    TestFamily f(FamilyXml(columns, L"<Row RowId=\"r\"><Cell ColumnId=\"len\">3</Cell>"
+                                    L"<Cell ColumnId=\"cnt\">3</Cell></Row>"));
+    CEncapFamilyTable& table = f.Table();
+    auto evaluations = [&f] {
+        size_t count = 0;
+        for (const WideString& call : f.host->calls)
+            count += call.rfind(L"Evaluate(", 0) == 0;
+        f.host->calls.clear();
+        return count;
+    };
+
+    // m0 is 3 + 3 * (length + 1); the first read computes every cell of the chain once, with
+    // two attempts each (with units, then without).
+    Read read = ReadCell(table, L"r", L"m0");
+    EXPECT_EQ(read.result, E::EvalUnitMismatch);
+    EXPECT_EQ(read.value, std::to_wstring(3 + 3 * (length + 1)));
+    EXPECT_EQ(evaluations(), 2 * (length + 1));
+    // Every further read computes the cell read again, and only that one.
+    for (size_t i = 0; i <= length; ++i) {
+        read = ReadCell(table, L"r", (L"m" + std::to_wstring(i)).c_str());
+        ASSERT_EQ(read.result, E::EvalUnitMismatch) << i;
+        ASSERT_EQ(read.value, std::to_wstring(3 + 3 * (length + 1 - i))) << i;
+        ASSERT_EQ(evaluations(), 2u) << i;
+    }
+    WideString cached;
+    EXPECT_EQ(table.GetValueCache()->GetValue(L"r", L"m0", L"", cached), 1);
+
+    // Where two paths meet, the cell below is computed once: d3, d1 and d2 with two attempts
+    // each, d0 (9mm+9mm) with one.
+    read = ReadCell(table, L"r", L"d0");
+    EXPECT_EQ(read.result, E::EvalUnitMismatch);
+    EXPECT_EQ(read.value, L"18");
+    EXPECT_EQ(evaluations(), 7u);
+
+    // An edit makes the cells computed anew: len is 4 now.
+    table.SetValue(L"r", L"len", L"4", true);
+    read = ReadCell(table, L"r", L"m1");
+    EXPECT_EQ(read.value, std::to_wstring(4 + 3 * length));
+    EXPECT_EQ(evaluations(), 2 * length);
+}
+
+// What is remembered of cells that gave no lasting value goes with every edit that can change
+// them: a value written into a loop of cells, a value forgotten, a range value chosen.
+TEST(CellEvaluation, RememberedOutcomesGoWithEdits) {
+    TestFamily f(FamilyXml(kColumns, kRows));
+    CEncapFamilyTable& table = f.Table();
+    // p = {q} and q = {p}*2 by their cells: a loop; outer = {self}, self = {self}+1.
+    EXPECT_EQ(ReadCell(table, L"r1", L"p").result, E::EvalCircularDependency);
+    EXPECT_EQ(ReadCell(table, L"r1", L"q").result, E::EvalCircularDependency);
+    table.SetValue(L"r1", L"q", L"5", true);
+    EXPECT_EQ(ReadCell(table, L"r1", L"p").value, L"5");
+
+    // A value in the cache that a failure was computed around: the loop of "self" read through
+    // "outer" fails; a value of self stored in the cache by the host is taken, and forgetting it
+    // brings the failure back.
+    EXPECT_EQ(ReadCell(table, L"r1", L"outer").result, E::EvalCircularDependency);
+    table.SetValue(L"r1", L"self", L"4", false);
+    EXPECT_EQ(ReadCell(table, L"r1", L"outer").value, L"4");
+    table.ClearCachedValue(L"r1", L"self");
+    table.ClearCachedValue(L"r1", L"outer");
+    EXPECT_EQ(ReadCell(table, L"r1", L"outer").value, L"4"); // the Cell written above
+    table.SetValue(L"r1", L"self", L"", false);
+    table.ClearCachedValue(L"r1", L"self");
+    table.ClearCachedValue(L"r1", L"outer");
+    EXPECT_EQ(ReadCell(table, L"r1", L"outer").result, E::EvalCircularDependency);
+
+    // The unit of a column that failed (kg, which the host refuses) changes: what refers to it
+    // computes.
+    TestFamily g(FamilyXml(
+        L"<Column ColumnId=\"a\" ValueType=\"double\" UnitType=\"kg\" ColumnwideValue=\"2*2\"/>"
+        L"<Column ColumnId=\"b\" ColumnwideValue=\"{a}\"/>"
+        L"<Column ColumnId=\"c\" ColumnwideValue=\"{b}\"/>",
+        L"<Row RowId=\"r\"/>"));
+    CEncapFamilyTable& other = g.Table();
+    EXPECT_EQ(ReadCell(other, L"r", L"c").result, E::EvalExpressionFailed);
+    EXPECT_EQ(ReadCell(other, L"r", L"c").result, E::EvalExpressionFailed);
+    other.GetFamilyColumnByID(L"a")->SetUnitType(L"mm");
+    const Read read = ReadCell(other, L"r", L"c");
+    EXPECT_EQ(read.result, E::EvalOk);
+    EXPECT_EQ(read.value, L"4");
 }
 
 } // namespace

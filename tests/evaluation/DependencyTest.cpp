@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <tuple>
+#include <vector>
 
 namespace torvex {
 namespace {
@@ -204,6 +205,197 @@ TEST(Dependency, LoadedLoopEndsEveryWalk) {
     EXPECT_EQ(cache.GetValue(L"r", L"e", L"", value), 0);
     EXPECT_EQ(cache.GetValue(L"r", L"g", L"", value), 0);
     EXPECT_EQ(value, L"5");
+}
+
+// ---- Large shapes ----
+//
+// Graphs of thousands of columns as a document can hold them: a chain, a fan, a lattice of
+// diamonds (whose paths are far too many to walk one by one) and a loop through every column.
+// Every walk gives the results the dependency rules ask for and ends; the values follow edits.
+
+WideString Id(size_t index) {
+    return L"c" + std::to_wstring(index);
+}
+
+// Columns c0 ... c<n-1> (Real, no unit) with these formulas (empty: a literal column whose cell
+// in the one row "r" is 1).
+TestFamily ShapeFamily(const std::vector<WideString>& formulas) {
+    WideString columns, cells;
+    for (size_t i = 0; i < formulas.size(); ++i) {
+        columns += L"<Column ColumnId=\"" + Id(i) + L"\" ValueType=\"double\"";
+        if (formulas[i].empty())
+            cells += L"<Cell ColumnId=\"" + Id(i) + L"\">1</Cell>";
+        else
+            columns += L" ColumnwideValue=\"" + formulas[i] + L"\"";
+        columns += L"/>";
+    }
+    return TestFamily(FamilyXml(columns, L"<Row RowId=\"r\">" + cells + L"</Row>"));
+}
+
+WideString Ref(size_t index) {
+    return L"{" + Id(index) + L"}";
+}
+
+Set AllColumns(const Columns& column, size_t count) {
+    Set all;
+    for (size_t i = 0; i < count; ++i)
+        all.insert(column(Id(i).c_str()));
+    return all;
+}
+
+Set Dependents(CEncapFamilyColumn* column) {
+    Set all;
+    column->GetAllDependentColumns(all, nullptr);
+    return all;
+}
+
+WideString Value(CEncapFamilyTable& table, size_t index) {
+    WideString value;
+    const auto result = table.GetValue(L"r", Id(index).c_str(), value);
+    return result == CTableEvaluator::EvalOk ? value : L"<" + std::to_wstring(result) + L">";
+}
+
+TEST(Dependency, LongChain) {
+    // c<i> = {c<i+1>}+1; the last is a literal.
+    const size_t n = 3000;
+    std::vector<WideString> formulas(n);
+    for (size_t i = 0; i + 1 < n; ++i)
+        formulas[i] = Ref(i + 1) + L"+1";
+    TestFamily f = ShapeFamily(formulas);
+    CEncapFamilyTable& table = f.Table();
+    const Columns column{table};
+    CEncapFamilyColumn* top = column(L"c0");
+    CEncapFamilyColumn* middle = column(Id(n / 2).c_str());
+    CEncapFamilyColumn* bottom = column(Id(n - 1).c_str());
+
+    EXPECT_EQ(Dependents(bottom), AllColumns(column, n));
+    EXPECT_EQ(Dependents(top), Set{top});
+    EXPECT_EQ(Dependents(middle).size(), n / 2 + 1);
+    for (CEncapFamilyColumn* c : {top, middle, bottom})
+        EXPECT_EQ(c->CheckCircularDependency(nullptr), CTableEvaluator::EvalOk);
+    EXPECT_EQ(bottom->CheckCircularDependency(top), CTableEvaluator::EvalCircularDependency);
+    EXPECT_EQ(top->CheckCircularDependency(bottom), CTableEvaluator::EvalOk);
+    EXPECT_TRUE(bottom->IsReferencedBy(top));
+    EXPECT_FALSE(top->IsReferencedBy(bottom));
+
+    // A geometry column at the top makes every change below it refresh; a custom column on the
+    // way answers false without asking what depends on it.
+    top->SetIsGeometryColumn(true);
+    EXPECT_TRUE(bottom->ChangeInColumnCausesRefresh());
+    middle->SetIsCustom(true);
+    EXPECT_FALSE(bottom->ChangeInColumnCausesRefresh());
+    EXPECT_TRUE(column(Id(n / 2 - 1).c_str())->ChangeInColumnCausesRefresh());
+    middle->SetIsCustom(false);
+
+    // Evaluated from the top, then invalidated from the bottom: every cell follows.
+    EXPECT_EQ(Value(table, 0), std::to_wstring(n));
+    table.SetValue(L"r", Id(n - 1).c_str(), L"5", true);
+    EXPECT_EQ(Value(table, 0), std::to_wstring(n + 4));
+    EXPECT_EQ(Value(table, n / 2), std::to_wstring(n - n / 2 + 4));
+
+    // Closing the chain into a loop is refused and the graph stays as it was.
+    EXPECT_EQ(bottom->SetFormula(L"{c0}+1"), CTableEvaluator::EvalCircularDependency);
+    EXPECT_TRUE(top->GetDependantColumns().empty());
+    EXPECT_EQ(Dependents(bottom).size(), n);
+}
+
+TEST(Dependency, WideFan) {
+    // Every column but the last is {c<n-1>}*2.
+    const size_t n = 3000;
+    std::vector<WideString> formulas(n);
+    for (size_t i = 0; i + 1 < n; ++i)
+        formulas[i] = Ref(n - 1) + L"*2";
+    TestFamily f = ShapeFamily(formulas);
+    CEncapFamilyTable& table = f.Table();
+    const Columns column{table};
+    CEncapFamilyColumn* root = column(Id(n - 1).c_str());
+    EXPECT_EQ(root->GetDependantColumns().size(), n - 1);
+    EXPECT_EQ(Dependents(root), AllColumns(column, n));
+    EXPECT_EQ(Dependents(column(L"c7")), Set{column(L"c7")});
+    EXPECT_EQ(root->CheckCircularDependency(nullptr), CTableEvaluator::EvalOk);
+    EXPECT_FALSE(root->ChangeInColumnCausesRefresh());
+    column(Id(n - 2).c_str())->SetIsGeometryColumn(true);
+    EXPECT_TRUE(root->ChangeInColumnCausesRefresh());
+
+    for (size_t i = 0; i < n; i += 500)
+        EXPECT_EQ(Value(table, i), i + 1 == n ? L"1" : L"2") << i;
+    table.SetValue(L"r", Id(n - 1).c_str(), L"4", true);
+    EXPECT_EQ(Value(table, 0), L"8");
+    EXPECT_EQ(Value(table, n - 2), L"8");
+    EXPECT_EQ(column(L"c3")->SetFormula(L"{c0}*3"), CTableEvaluator::EvalOk);
+    EXPECT_EQ(Value(table, 3), L"24");
+    EXPECT_EQ(root->SetFormula(L"{c3}"), CTableEvaluator::EvalCircularDependency);
+}
+
+TEST(Dependency, DiamondLattice) {
+    // Levels of four columns; column j of a level is {j}/2+{j+1, wrapping}/2 of the next level,
+    // the last level holds literals. A bottom column has 2^levels paths to the top.
+    const size_t width = 4, levels = 1000, n = width * levels;
+    std::vector<WideString> formulas(n);
+    for (size_t i = 0; i + width < n; ++i) {
+        const size_t next = (i / width + 1) * width;
+        formulas[i] = Ref(next + i % width) + L"/2+" + Ref(next + (i + 1) % width) + L"/2";
+    }
+    TestFamily f = ShapeFamily(formulas);
+    CEncapFamilyTable& table = f.Table();
+    const Columns column{table};
+    CEncapFamilyColumn* top = column(L"c0");
+    CEncapFamilyColumn* bottom = column(Id(n - 1).c_str());
+
+    // From a bottom column: 2 columns of the level above, 3 of the next, then every column.
+    EXPECT_EQ(Dependents(bottom).size(), 4 * levels - 6);
+    EXPECT_TRUE(Dependents(bottom).count(top));
+    EXPECT_EQ(Dependents(top), Set{top});
+    EXPECT_EQ(bottom->CheckCircularDependency(nullptr), CTableEvaluator::EvalOk);
+    EXPECT_EQ(bottom->CheckCircularDependency(top), CTableEvaluator::EvalCircularDependency);
+    EXPECT_TRUE(bottom->IsReferencedBy(top));
+    EXPECT_FALSE(bottom->ChangeInColumnCausesRefresh());
+    top->SetIsHostPropertyColumn(true);
+    EXPECT_TRUE(bottom->ChangeInColumnCausesRefresh());
+
+    EXPECT_EQ(Value(table, 0), L"1");
+    for (size_t j = 0; j < width; ++j)
+        table.SetValue(L"r", Id(n - width + j).c_str(), L"3", true);
+    EXPECT_EQ(Value(table, 0), L"3");
+    EXPECT_EQ(Value(table, n / 2), L"3");
+    EXPECT_EQ(bottom->SetFormula(L"{c1}"), CTableEvaluator::EvalCircularDependency);
+    EXPECT_EQ(Dependents(bottom).size(), 4 * levels - 6);
+}
+
+TEST(Dependency, LoopThroughEveryColumn) {
+    // c<i> = {c<i+1>}+1 and the last = {c0}+1: a loop a document can bring.
+    const size_t n = 3000;
+    std::vector<WideString> formulas(n);
+    for (size_t i = 0; i < n; ++i)
+        formulas[i] = Ref((i + 1) % n) + L"+1";
+    TestFamily f = ShapeFamily(formulas);
+    CEncapFamilyTable& table = f.Table();
+    const Columns column{table};
+    const Set all = AllColumns(column, n);
+    for (const size_t i : {size_t{0}, n / 3, n - 1}) {
+        CEncapFamilyColumn* c = column(Id(i).c_str());
+        EXPECT_EQ(Dependents(c), all) << i;
+        EXPECT_EQ(c->CheckCircularDependency(nullptr), CTableEvaluator::EvalCircularDependency);
+        EXPECT_TRUE(c->IsReferencedBy(c)) << i;
+        EXPECT_FALSE(c->ChangeInColumnCausesRefresh()) << i;
+        EXPECT_EQ(Value(table, i), L"<1>") << i;
+    }
+    column(Id(n / 2).c_str())->SetIsGeometryColumn(true);
+    EXPECT_TRUE(column(L"c1")->ChangeInColumnCausesRefresh());
+
+    // Invalidation from any column reaches the whole loop once and ends.
+    CTableValueCache& cache = *table.GetValueCache();
+    for (size_t i = 0; i < n; ++i)
+        cache.SetValue(L"r", Id(i), L"", L"9");
+    table.SetValue(L"r", Id(n / 3).c_str(), L"2", true);
+    WideString cached;
+    size_t left = 0;
+    for (size_t i = 0; i < n; ++i)
+        left += cache.GetValue(L"r", Id(i), L"", cached) == 0;
+    EXPECT_EQ(left, 1u); // the value just written
+    // The cell written breaks the loop for this row: every cell has a value now.
+    EXPECT_EQ(Value(table, n / 3 - 1), L"3");
+    EXPECT_EQ(Value(table, n / 3 + 1), std::to_wstring(2 + n - 1));
 }
 
 } // namespace

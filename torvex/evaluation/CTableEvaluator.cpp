@@ -2,6 +2,7 @@
 
 #include "torvex/evaluation/CCircularDependencyChecker.h"
 #include "torvex/evaluation/CRangeParser.h"
+#include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/evaluation/IEvaluatorProvider.h"
 #include "torvex/family/CEncapFamily.h"
 #include "torvex/family/CEncapFamilyColumn.h"
@@ -11,6 +12,8 @@
 #include "torvex/text/CStringUtil.h"
 
 #include <algorithm>
+#include <memory>
+#include <typeinfo>
 #include <vector>
 
 namespace torvex {
@@ -84,23 +87,96 @@ WideString CTableEvaluator::FormatResult(double number) const {
     return text;
 }
 
+// One cell being evaluated: what EvaluateCell keeps of it while a cell it refers to is
+// evaluated first. A frame lives on the heap, so a chain of references of any depth takes no
+// stack; its guard keeps the cell in progress for as long as the frame lives.
+struct CTableEvaluator::Frame {
+    Frame(const WideString& row, const WideString& column, const WideString& lang,
+          CTableEvaluator& evaluator)
+        : rowId(row), columnId(column), language(lang),
+          guard(rowId, columnId, &evaluator.m_inProgress, &evaluator.m_spareEntries) {}
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+    WideString rowId;
+    WideString columnId;
+    WideString language;
+    CCircularDependencyChecker guard;
+    bool remember = false;    // whether a result other than 0 is remembered (Outcome)
+    uint64_t changeCount = 0; // the value cache's change count when the evaluation began
+    CEncapFamilyColumn* column = nullptr;
+    const wchar_t* unit = nullptr; // the column's unit, "ul" for none
+    DataTypes::ColumnDataType dataType = DataTypes::DataString;
+    bool numericType = false;
+    FormulaPiece wholeText; // a text without a brace, as one literal
+    const FormulaPiece* next = nullptr;
+    const FormulaPiece* last = nullptr;
+    EvaluateResult result = EvalOk;
+    WideString expression; // references with their unit words
+    WideString unitless;   // references as bare numbers
+    WideString value;      // the value of the reference being read; at the end the cell's value
+    CEncapFamilyColumn* referenced = nullptr; // whose cell is evaluated for the reference
+};
+
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, WideString columnId,
                                                               WideString language) {
-    // The guard stays until this function returns, on every path (exceptions included).
-    const CCircularDependencyChecker checker(rowId, columnId, &m_inProgress, &m_spareEntries);
-    if (checker.IsAlreadyInProgress())
-        return EvalCircularDependency;
-    // A chain of references too long for the stack counts as a loop.
-    if (m_inProgress.size() > kMaxNestedEvaluations)
-        return EvalCircularDependency;
+    // A reference to a cell that isn't cached yet pushes a frame for that cell, and its value
+    // goes back to the frame below when it is done: what the nested calls would do (each
+    // reference through the column's GetValue, the table's Evaluate and EvaluateCell), on a list
+    // instead of the stack. The frames' guards make up the in-progress set, as the calls' would.
+    std::vector<std::unique_ptr<Frame>> frames;
+    frames.push_back(std::make_unique<Frame>(rowId, columnId, language, *this));
+    // The cell asked for is evaluated whatever is remembered of it: each read of a cell that
+    // fails or gives 8 asks the host again. Only the cells it refers to are recalled.
+    bool done = BeginCell(*frames.back(), false);
+    for (;;) {
+        Frame& frame = *frames.back();
+        if (!done)
+            done = ContinueCell(frame);
+        if (!done) {
+            // As the column's GetValue would: Evaluate(rowId, its own id, language).
+            frames.push_back(std::make_unique<Frame>(frame.rowId, frame.referenced->m_columnId,
+                                                     frame.language, *this));
+            done = BeginCell(*frames.back(), true);
+            continue;
+        }
+        const EvaluateResult result = frame.result;
+        RememberOutcome(frame);
+        frames.pop_back();
+        if (frames.empty())
+            return result;
+        // The rest of the column's GetValue, then the reference in the frame below.
+        Frame& below = *frames.back();
+        CEncapFamilyColumn* referenced = below.referenced;
+        below.referenced = nullptr;
+        const EvaluateResult answer = referenced->ReadBackEvaluated(
+            below.rowId.c_str(), below.language.c_str(), result, below.value);
+        done = !TakeReference(below, referenced, answer);
+    }
+}
+
+bool CTableEvaluator::BeginCell(Frame& frame, bool recall) {
+    if (frame.guard.IsAlreadyInProgress()) {
+        frame.result = EvalCircularDependency;
+        return true;
+    }
+    frame.result = EvalNoValue;
     if (!m_table)
-        return EvalNoValue;
-    CEncapFamilyColumn* column = m_table->GetFamilyColumnByID(columnId.c_str());
+        return true;
+    CEncapFamilyColumn* column = m_table->GetFamilyColumnByID(frame.columnId.c_str());
     if (!column)
-        return EvalNoValue;
+        return true;
+    frame.column = column;
+    frame.result = EvalOk;
+    if (RecallOutcome(frame, recall))
+        return true;
+    frame.remember = true;
 
     // The cell's source text: the localized cell, the Cell, the localized column formula, the
     // column formula; each next place only when nothing was found so far.
+    const WideString& rowId = frame.rowId;
+    const WideString& columnId = frame.columnId;
+    const WideString& language = frame.language;
     WideString text;
     long status = 1;
     const bool localized = column->IsLocalized();
@@ -115,9 +191,10 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
         column->GetFormula(text, language.c_str());
 
     const WideString& columnUnit = column->GetUnitTypeRef();
-    const wchar_t* unit = columnUnit.empty() ? kNoUnit : columnUnit.c_str();
-    const DataTypes::ColumnDataType dataType = column->GetDataType();
-    const bool numericType = dataType == DataTypes::DataReal || dataType == DataTypes::DataInteger;
+    frame.unit = columnUnit.empty() ? kNoUnit : columnUnit.c_str();
+    frame.dataType = column->GetDataType();
+    frame.numericType =
+        frame.dataType == DataTypes::DataReal || frame.dataType == DataTypes::DataInteger;
 
     // A range column takes the value chosen for it, else its range's default (or minimum).
     if (column->IsCustom()) {
@@ -129,60 +206,88 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
     }
 
     // A text without a brace is one literal; a formula's pieces come from the memo, uncopied.
-    const FormulaPieceList* pieces = nullptr;
-    const bool plain = text.find(L'{') == WideString::npos;
-    const FormulaPiece wholeText{false, plain ? std::move(text) : WideString()};
-    if (!plain) {
-        pieces = SplitMemoized(text);
-        if (!pieces)
-            return EvalSyntaxError;
+    if (text.find(L'{') == WideString::npos) {
+        frame.wholeText.text = std::move(text);
+        frame.next = &frame.wholeText;
+        frame.last = &frame.wholeText + 1;
+        return false;
     }
-    const FormulaPiece* first = plain ? &wholeText : pieces->data();
-    const FormulaPiece* last = plain ? &wholeText + 1 : pieces->data() + pieces->size();
+    const FormulaPieceList* pieces = SplitMemoized(text);
+    if (!pieces) {
+        frame.result = EvalSyntaxError;
+        return true;
+    }
+    frame.next = pieces->data();
+    frame.last = pieces->data() + pieces->size();
+    return false;
+}
 
-    EvaluateResult result = EvalOk;
-    WideString expression; // references with their unit words
-    WideString unitless;   // references as bare numbers
-    WideString value;
-    for (const FormulaPiece* piece = first; piece != last; ++piece) {
-        if (piece->isReference) {
+bool CTableEvaluator::ContinueCell(Frame& frame) {
+    CEncapFamilyColumn* column = frame.column;
+    for (; frame.next != frame.last; ++frame.next) {
+        const FormulaPiece& piece = *frame.next;
+        if (piece.isReference) {
             // The table's GetValue, with the column looked up once for its value and its unit.
-            CEncapFamilyColumn* other = m_table->GetFamilyColumnByID(piece->text.c_str());
-            value.clear();
-            const EvaluateResult referenced =
-                other ? other->GetValue(rowId.c_str(), language.c_str(), value)
-                      : EvalExpressionFailed;
-            if (referenced != EvalOk && referenced != EvalUnitMismatch)
-                return referenced;
-            // Only the last reference's code survives: a later 0 clears an earlier 8.
-            result = referenced;
-            if (numericType && IsNumeric(value)) {
-                unitless += value;
-                // "2.5in", no blank between
-                const WideString& referencedUnit = other->GetUnitTypeRef();
-                value += referencedUnit.empty() ? kNoUnit : referencedUnit.c_str();
+            CEncapFamilyColumn* other = m_table->GetFamilyColumnByID(piece.text.c_str());
+            frame.value.clear();
+            EvaluateResult referenced = EvalExpressionFailed;
+            if (other && typeid(*other) != typeid(CEncapFamilyColumn)) {
+                referenced =
+                    other->GetValue(frame.rowId.c_str(), frame.language.c_str(), frame.value);
+            } else if (other &&
+                       !other->ReadWithoutEvaluating(frame.rowId.c_str(), frame.language.c_str(),
+                                                     frame.value, referenced)) {
+                // Its cell is evaluated first, in a frame of its own.
+                frame.referenced = other;
+                ++frame.next;
+                return false;
             }
-            expression += value;
-        } else if (dataType == DataTypes::DataReal && IsNumeric(piece->text) &&
+            if (!TakeReference(frame, other, referenced))
+                return true;
+        } else if (frame.dataType == DataTypes::DataReal && IsNumeric(piece.text) &&
                    m_table->LocalizeDecimalSeparator()) {
-            const WideString literal = LocalizedLiteral(piece->text, dataType);
-            expression += literal;
-            unitless += literal;
+            const WideString literal = LocalizedLiteral(piece.text, frame.dataType);
+            frame.expression += literal;
+            frame.unitless += literal;
         } else if (column->IsMaterial()) {
             // The literal of a material column is a key; the host names it.
             WideString name;
             if (m_provider)
-                m_provider->GetMaterialName(piece->text.c_str(), &name);
-            expression += name;
+                m_provider->GetMaterialName(piece.text.c_str(), &name);
+            frame.expression += name;
         } else {
-            expression += piece->text;
-            unitless += piece->text;
+            frame.expression += piece.text;
+            frame.unitless += piece.text;
         }
     }
+    frame.result = FinishCell(frame);
+    return true;
+}
 
-    if (dataType == DataTypes::DataString) {
+bool CTableEvaluator::TakeReference(Frame& frame, const CEncapFamilyColumn* other,
+                                    EvaluateResult referenced) {
+    frame.result = referenced;
+    if (referenced != EvalOk && referenced != EvalUnitMismatch)
+        return false;
+    // Only the last reference's code survives: a later 0 clears an earlier 8.
+    if (frame.numericType && IsNumeric(frame.value)) {
+        frame.unitless += frame.value;
+        // "2.5in", no blank between
+        const WideString& referencedUnit = other->GetUnitTypeRef();
+        frame.value += referencedUnit.empty() ? kNoUnit : referencedUnit.c_str();
+    }
+    frame.expression += frame.value;
+    return true;
+}
+
+CTableEvaluator::EvaluateResult CTableEvaluator::FinishCell(Frame& frame) {
+    EvaluateResult result = frame.result;
+    WideString& value = frame.value;
+    WideString& expression = frame.expression;
+    const wchar_t* unit = frame.unit;
+    if (frame.dataType == DataTypes::DataString) {
         value = ConcatenateStrings(expression);
-    } else if (dataType == DataTypes::DataBoolean) {
+    } else if (frame.dataType == DataTypes::DataBoolean) {
         // Kept as written, not normalised.
         if (!CStringUtil::IsLogicalValue(expression.c_str()))
             return EvalTypeMismatch;
@@ -200,7 +305,7 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
         const int32_t withUnits = m_provider->EvaluateToDouble(expression.c_str(), unit, &number);
         if (withUnits < 0) {
             // The text without units may still compute; its value is never converted.
-            if (m_provider->EvaluateToDouble(unitless.c_str(), kNoUnit, &number) < 0)
+            if (m_provider->EvaluateToDouble(frame.unitless.c_str(), kNoUnit, &number) < 0)
                 return EvalExpressionFailed;
             result = EvalUnitMismatch;
         }
@@ -213,8 +318,47 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
         value = FormatResult(number);
     }
 
-    column->SetCacheValue(rowId.c_str(), language.c_str(), value.c_str());
+    frame.column->SetCacheValue(frame.rowId.c_str(), frame.language.c_str(), value.c_str());
     return result;
+}
+
+bool CTableEvaluator::RecallOutcome(Frame& frame, bool recall) {
+    CTableValueCache* cache = m_table->GetValueCache();
+    if (!cache)
+        return false;
+    if (cache->GetChangeCount() != m_outcomesChangeCount) {
+        m_outcomes.clear();
+        m_outcomesChangeCount = cache->GetChangeCount();
+    }
+    frame.changeCount = m_outcomesChangeCount;
+    if (!recall || m_outcomes.empty())
+        return false;
+    const auto found =
+        m_outcomes.find(std::tuple<std::wstring_view, std::wstring_view, std::wstring_view>(
+            frame.rowId, frame.columnId, frame.language));
+    if (found == m_outcomes.end())
+        return false;
+    frame.result = found->second.result;
+    // As the evaluation did: the fall-back's value goes to the cache, for GetValue to take it.
+    if (frame.result == EvalUnitMismatch)
+        frame.column->SetCacheValue(frame.rowId.c_str(), frame.language.c_str(),
+                                    found->second.value.c_str());
+    return true;
+}
+
+void CTableEvaluator::RememberOutcome(const Frame& frame) {
+    if (!frame.remember || frame.result == EvalOk || !m_table)
+        return;
+    // Only what the same state of the family gave: nothing changed while the cell evaluated.
+    const CTableValueCache* cache = m_table->GetValueCache();
+    if (!cache || cache->GetChangeCount() != frame.changeCount ||
+        m_outcomesChangeCount != frame.changeCount)
+        return;
+    Outcome outcome{frame.result, WideString()};
+    if (frame.result == EvalUnitMismatch)
+        outcome.value = frame.value;
+    m_outcomes.insert_or_assign(OutcomeKey(frame.rowId, frame.columnId, frame.language),
+                                std::move(outcome));
 }
 
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateInUnit(WideString rowId,

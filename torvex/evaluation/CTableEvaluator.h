@@ -13,8 +13,11 @@
 #include "torvex/text/DataTypes.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <set>
+#include <tuple>
+#include <vector>
 
 namespace torvex {
 
@@ -43,10 +46,6 @@ public:
     /// Columns ordered by pointer value, not owned (the same type as CEncapFamilyColumn's).
     using ColumnSet = std::set<CEncapFamilyColumn*>;
 
-    /// How many cell evaluations may be nested inside one another (a chain of references this
-    /// long); a deeper one answers EvalCircularDependency instead of exhausting the stack.
-    static constexpr size_t kMaxNestedEvaluations = 1000;
-
     /// Records the table and the provider of the table's family (null without a family). Never
     /// fails.
     explicit CTableEvaluator(CEncapFamilyTable* table);
@@ -57,9 +56,21 @@ public:
     // Cell evaluation.
 
     /// Computes the cell and stores its value in the cache (also for 8); the value does not go
-    /// to the caller. 1 when the cell is already in progress (or nested too deep), 7 for an
-    /// unknown column or without a table, 2 for unbalanced braces, a reference's own failure
-    /// code, 6 for a Boolean that is no logical word, 3 when the host fails (or is missing).
+    /// to the caller. 1 when the cell is already in progress, 7 for an unknown column or without
+    /// a table, 2 for unbalanced braces, a reference's own failure code, 6 for a Boolean that is
+    /// no logical word, 3 when the host fails (or is missing).
+    ///
+    /// A chain of references of any depth evaluates: the cells that wait for the cell they
+    /// refer to are kept on a list on the heap, not on the stack, so 1 means a loop and nothing
+    /// else. What a cell's evaluation gave when it left no value in the cache (a failure, or a
+    /// value from the unitless fall-back, 8) is remembered until the value cache counts a change
+    /// (CTableValueCache::GetChangeCount: every edit through the library, and every value
+    /// forgotten), and a reference to that cell takes it from there, so that reading every cell
+    /// of a row whose cells fail together, or loop through thousands of columns, evaluates each
+    /// of them once; the results are those of evaluating again. The cell asked for itself is
+    /// always evaluated (each read of a cell that gives 8 asks the host again). Like a cached
+    /// value, a remembered outcome does not see an edit made to the DOM directly or a change of
+    /// the host's answers.
     EvaluateResult EvaluateCell(WideString rowId, WideString columnId, WideString language);
     /// EvaluateCell, then, on 0 and for a unit other than the column's, the value converted to
     /// `unit` replaces the cached one in the actual language. EvaluateCell's result.
@@ -118,6 +129,35 @@ public:
     const std::set<WideString>& GetCellsInProgress() const { return m_inProgress; }
 
 private:
+    struct Frame;
+    /// What a cell's evaluation gave when it left no value in the cache.
+    struct Outcome {
+        EvaluateResult result = EvalOk;
+        WideString value; // for 8: the value from the unitless fall-back
+    };
+    /// Row id, column id and language, as EvaluateCell got them.
+    using OutcomeKey = std::tuple<WideString, WideString, WideString>;
+
+    /// EvaluateCell up to the pieces of the source text: true, with the frame's result, when the
+    /// cell is done already (in progress, unknown column, unbalanced braces, with `recall` an
+    /// outcome remembered); false when its pieces are ready to walk.
+    bool BeginCell(Frame& frame, bool recall);
+    /// Walks the pieces on from where the frame stands: true when the cell is done (frame's
+    /// result; its value cached unless it failed); false when the cell of a reference must be
+    /// evaluated first (the frame's `referenced` column).
+    bool ContinueCell(Frame& frame);
+    /// Takes a reference's value (in the frame) with GetValue's code: false when the code ends
+    /// the cell (then it is the frame's result).
+    bool TakeReference(Frame& frame, const CEncapFamilyColumn* other, EvaluateResult referenced);
+    /// The value from the walked pieces, by data type and through the host; cached. Its code.
+    EvaluateResult FinishCell(Frame& frame);
+    /// Forgets the remembered outcomes when the cache counted a change; then, with `recall`, the
+    /// outcome of the frame's cell if there is one (true, as its result; an 8's value goes to the
+    /// cache again).
+    bool RecallOutcome(Frame& frame, bool recall);
+    /// Remembers the frame's result when it is not 0 and nothing changed while it evaluated.
+    void RememberOutcome(const Frame& frame);
+
     /// The pieces of a text with a brace, from the memo (entered on first use); null for
     /// unbalanced braces. The list lives as long as the evaluator.
     const FormulaPieceList* SplitMemoized(const WideString& source);
@@ -137,6 +177,8 @@ private:
     std::set<WideString> m_inProgress;
     CCircularDependencyChecker::SpareEntries m_spareEntries; // entries of m_inProgress, reused
     IEvaluatorProvider* m_provider = nullptr;
+    std::map<OutcomeKey, Outcome, std::less<>> m_outcomes;
+    uint64_t m_outcomesChangeCount = 0; // the value cache's count the outcomes belong to
 };
 
 } // namespace torvex

@@ -38,6 +38,7 @@ CTableValueCache::CTableValueCache(const WideString& cacheDirectory)
 CTableValueCache::~CTableValueCache() = default;
 
 CValueCache* CTableValueCache::GetRowCache(const WideString& rowId, bool create) {
+    ++m_changes;
     return RowCache(rowId, create);
 }
 
@@ -90,20 +91,29 @@ void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view colum
 
 void CTableValueCache::ClearValue(const WideString& rowId, const WideString& columnId,
                                   const WideString& language) {
-    if (CValueCache* row = GetRowCache(rowId, false))
-        row->ClearColumnInLanguage(columnId, language);
+    ++m_changes;
+    ClearFallbackValue(rowId, columnId, language);
+}
+
+void CTableValueCache::ClearFallbackValue(std::wstring_view rowId, std::wstring_view columnId,
+                                          std::wstring_view language) {
+    if (CValueCache* row = RowCache(rowId, false))
+        row->ClearColumnInLanguage(WideString(columnId), WideString(language));
 }
 
 void CTableValueCache::ClearColumnInRow(const WideString& rowId, const WideString& columnId) {
-    if (CValueCache* row = GetRowCache(rowId, false))
+    ++m_changes;
+    if (CValueCache* row = RowCache(rowId, false))
         row->ClearColumn(columnId);
 }
 
 void CTableValueCache::ClearColumn(const WideString& columnId) {
+    ++m_changes;
     m_rows.ForEach([&](auto& row) { row.value.ClearColumn(columnId); });
 }
 
 void CTableValueCache::DropRow(const WideString& rowId) {
+    ++m_changes;
     auto* row = m_rows.Find(rowId);
     if (!row)
         return;
@@ -116,6 +126,7 @@ void CTableValueCache::DropRow(const WideString& rowId) {
 }
 
 void CTableValueCache::Clear() {
+    ++m_changes;
     m_rows.Clear();
     m_keys.Clear();
     m_keyOrders.clear();
@@ -133,6 +144,7 @@ void CTableValueCache::MarkDirty() {
 }
 
 void CTableValueCache::DetachFile() {
+    ++m_changes;
     m_filePath.clear();
 }
 

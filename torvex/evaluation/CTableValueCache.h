@@ -31,7 +31,8 @@ public:
     CTableValueCache& operator=(const CTableValueCache&) = delete;
 
     /// The row's cache; with `create`, a new one is made when absent. Null when absent and not
-    /// created (also for an empty row id while no row is remembered).
+    /// created (also for an empty row id while no row is remembered). Counts as a change (see
+    /// GetChangeCount): the caller may edit the row's values.
     CValueCache* GetRowCache(const WideString& rowId, bool create);
     /// Copies a cached value: 0 on a hit, 1 on a miss (nothing is created). Looks up by view, so
     /// that a read copies no key.
@@ -43,6 +44,11 @@ public:
     /// Forgets one value; silent when it is not cached.
     void ClearValue(const WideString& rowId, const WideString& columnId,
                     const WideString& language);
+    /// ClearValue without counting a change: for the value from the unitless fall-back, which
+    /// CEncapFamilyColumn::GetValue takes back as soon as it has read it. Nothing an evaluation
+    /// relied on goes with it.
+    void ClearFallbackValue(std::wstring_view rowId, std::wstring_view columnId,
+                            std::wstring_view language);
     /// Forgets a column of one row in every language; silent when not cached.
     void ClearColumnInRow(const WideString& rowId, const WideString& columnId);
     /// Forgets a column in every row and language; silent when not cached.
@@ -54,8 +60,18 @@ public:
     void Clear();
     /// Records that something changed since the load; never fails.
     void MarkDirty();
-    /// Forgets the file path, so that Save never writes; never fails.
+    /// Forgets the file path, so that Save never writes; never fails. Every edit of the family
+    /// through the library calls it, so it counts as a change.
     void DetachFile();
+
+    /// How many times the values or what they came from may have changed: every operation here
+    /// that forgets values or hands out a row cache, Load, DetachFile (called by every edit) and
+    /// NoteChange count; storing a value (SetValue) and ClearFallbackValue don't. The evaluator
+    /// forgets the outcomes it remembers when the count moves. Never fails.
+    uint64_t GetChangeCount() const { return m_changes; }
+    /// Counts a change that touches no value: an edit that can change what a cell evaluates to
+    /// without passing through this cache. Never fails.
+    void NoteChange() { ++m_changes; }
 
     /// Reloads the cache from the file: false when there is no path, the file cannot be opened,
     /// it holds no row or it is damaged (what was read before the damage stays); true for a
@@ -114,6 +130,7 @@ private:
     WideStringList m_languageNames;
     WideString m_filePath;
     bool m_dirty = false;
+    uint64_t m_changes = 0;
     WideString m_lastRowId;
     CValueCacheLoc* m_lastRowCache = nullptr;
     // The key in m_languageIndexes that SetValue entered last; null until one is entered, so

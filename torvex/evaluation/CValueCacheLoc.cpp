@@ -57,7 +57,56 @@ CValueCacheLoc::Language& CValueCacheLoc::LanguageEntry(std::wstring_view langua
     auto at = std::lower_bound(
         m_languages.begin(), m_languages.end(), language,
         [](const Language& entry, std::wstring_view name) { return *entry.name < name; });
-    return *m_languages.insert(at, Language{Keys().Intern(language), {}, {}, 0});
+    return *m_languages.insert(at, Language{Keys().Intern(language), {}, {}, 0, 0, nullptr});
+}
+
+size_t CValueCacheLoc::Find(const Language& language, const WideString* column) {
+    if (language.index) {
+        const auto found = language.index->find(column);
+        return found == language.index->end() ? language.values.size() : found->second;
+    }
+    // Pooled keys compare by address; a gap's null matches no column.
+    const auto& values = language.values;
+    return static_cast<size_t>(
+        std::find_if(values.begin(), values.end(),
+                     [column](const Value& value) { return value.column == column; }) -
+        values.begin());
+}
+
+void CValueCacheLoc::Append(Language& language, const Value& value) {
+    auto& values = language.values;
+    values.push_back(value);
+    if (language.index) {
+        language.index->emplace(value.column, static_cast<uint32_t>(values.size() - 1));
+    } else if (values.size() >= kIndexFrom) {
+        language.index = std::make_unique<Index>();
+        language.index->reserve(values.size() * 2);
+        for (size_t i = 0; i < values.size(); ++i)
+            if (values[i].column)
+                language.index->emplace(values[i].column, static_cast<uint32_t>(i));
+    }
+}
+
+void CValueCacheLoc::Erase(Language& language, size_t at) {
+    auto& values = language.values;
+    language.unused += values[at].length;
+    if (language.index)
+        language.index->erase(values[at].column);
+    values[at].column = nullptr;
+    ++language.gaps;
+    if (language.gaps * 2 < values.size())
+        return;
+    // Closing the gaps keeps the order of the values; the index follows them.
+    size_t kept = 0;
+    for (const Value& value : values) {
+        if (!value.column)
+            continue;
+        if (language.index)
+            (*language.index)[value.column] = static_cast<uint32_t>(kept);
+        values[kept++] = value;
+    }
+    values.resize(kept);
+    language.gaps = 0;
 }
 
 void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
@@ -65,8 +114,8 @@ void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
     // Pooled keys compare by address.
     const WideString* column = Keys().Intern(columnId);
     auto& values = language.values;
-    auto same = std::find_if(values.begin(), values.end(),
-                             [column](const Value& value) { return value.column == column; });
+    const size_t at = Find(language, column);
+    const auto same = values.begin() + static_cast<std::ptrdiff_t>(at);
     if (same != values.end() && text.size() <= same->length) {
         // The new text fits where the old one was; it may be a view of that very text.
         std::char_traits<wchar_t>::move(language.texts.data() + same->offset, text.data(),
@@ -78,10 +127,8 @@ void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
     if (text.size() > kMaxTexts - language.texts.size()) {
         // Beyond what 32-bit offsets reach (the buffer is rewritten long before that unless it
         // holds billions of live characters): the value is not kept, and a read misses.
-        if (same != values.end()) {
-            language.unused += same->length;
-            values.erase(same);
-        }
+        if (same != values.end())
+            Erase(language, at);
         return;
     }
     const auto offset = static_cast<uint32_t>(language.texts.size());
@@ -93,7 +140,7 @@ void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
         CompactIfWasteful(language);
         return;
     }
-    values.push_back(Value{column, offset, static_cast<uint32_t>(text.size())});
+    Append(language, Value{column, offset, static_cast<uint32_t>(text.size())});
 }
 
 void CValueCacheLoc::CompactIfWasteful(Language& language) {
@@ -102,6 +149,8 @@ void CValueCacheLoc::CompactIfWasteful(Language& language) {
     WideString texts;
     texts.reserve(language.texts.size() - language.unused);
     for (Value& value : language.values) {
+        if (!value.column)
+            continue; // a gap: its characters are counted unused
         const auto offset = static_cast<uint32_t>(texts.size());
         texts.append(language.texts, value.offset, value.length);
         value.offset = offset;
@@ -114,7 +163,7 @@ void CValueCacheLoc::StoreValue(std::wstring_view columnId, std::wstring_view la
                                 std::wstring_view value) {
     Language& entry = LanguageEntry(language);
     StoreIn(entry, columnId, value);
-    if (entry.values.empty()) // only a value too long to keep gets here
+    if (entry.Count() == 0) // only a value too long to keep gets here
         m_languages.erase(FindLanguage(language));
     MarkOwnerDirty();
 }
@@ -133,13 +182,12 @@ bool CValueCacheLoc::FindCachedValue(std::wstring_view columnId, std::wstring_vi
     const WideString* column = keys.Find(columnId);
     if (!column)
         return false; // no row of the table holds that column
-    for (const Value& entry : lang->values) {
-        if (entry.column == column) {
-            value = std::wstring_view(lang->texts).substr(entry.offset, entry.length);
-            return true;
-        }
-    }
-    return false;
+    const size_t at = Find(*lang, column);
+    if (at == lang->values.size())
+        return false;
+    const Value& entry = lang->values[at];
+    value = std::wstring_view(lang->texts).substr(entry.offset, entry.length);
+    return true;
 }
 
 int CValueCacheLoc::GetCachedValue(const WideString& columnId, const WideString& language,
@@ -152,15 +200,12 @@ int CValueCacheLoc::GetCachedValue(const WideString& columnId, const WideString&
 }
 
 bool CValueCacheLoc::ClearIn(std::vector<Language>::iterator language, const WideString* column) {
-    auto& values = language->values;
-    auto found = std::find_if(values.begin(), values.end(),
-                              [column](const Value& value) { return value.column == column; });
-    if (found == values.end())
+    const size_t at = Find(*language, column);
+    if (at == language->values.size())
         return false;
-    language->unused += found->length;
-    values.erase(found);
+    Erase(*language, at);
     MarkOwnerDirty();
-    if (values.empty())
+    if (language->Count() == 0)
         m_languages.erase(language);
     else
         CompactIfWasteful(*language);
@@ -223,7 +268,7 @@ int CValueCacheLoc::Load(CCacheArchive& archive) {
     } catch (...) {
         if (current) {
             auto failing = FindLanguage(*current);
-            if (failing != m_languages.end() && failing->values.empty())
+            if (failing != m_languages.end() && failing->Count() == 0)
                 m_languages.erase(failing);
         }
         return m_languages.empty() ? -1 : 0;
@@ -240,11 +285,12 @@ int CValueCacheLoc::Save(CCacheArchive& archive) {
             const Value* value;
         };
         std::vector<Ordered> ordered;
-        ordered.reserve(language.values.size());
+        ordered.reserve(language.Count());
         for (const Value& value : language.values)
-            ordered.push_back({m_owner ? m_owner->GetKeyOrder(value.column)
-                                       : CTableValueCache::KeyOrder{-1, UINT32_MAX},
-                               &value});
+            if (value.column)
+                ordered.push_back({m_owner ? m_owner->GetKeyOrder(value.column)
+                                           : CTableValueCache::KeyOrder{-1, UINT32_MAX},
+                                   &value});
         std::sort(ordered.begin(), ordered.end(), [](const Ordered& a, const Ordered& b) {
             if (a.order.rank != b.order.rank)
                 return a.order.rank < b.order.rank;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace torvex {
@@ -20,7 +21,9 @@ class CTableValueCache;
 /// entries point at the owner's pooled keys, and the characters of a language's values sit one
 /// after another in one buffer: a row costs a handful of allocations however many values it
 /// holds. Languages are kept in order; values in the order they came, sorted when the file is
-/// written.
+/// written. A language with many values (a table of thousands of columns) also keeps an index
+/// from column to value, so that a lookup doesn't scan them all, and a value forgotten leaves a
+/// gap until gaps are half the list, so that forgetting one doesn't move all the others.
 class CValueCacheLoc : public CValueCache {
 public:
     /// A cache of the owner (not owned, may be null: then the cache pools its own keys); never
@@ -60,23 +63,37 @@ public:
     template <class F> void ForEachKey(F&& fn) const {
         for (const Language& language : m_languages)
             for (const Value& value : language.values)
-                fn(*value.column, *language.name);
+                if (value.column)
+                    fn(*value.column, *language.name);
     }
 
 private:
     struct Value {
-        const WideString* column; // pooled
+        const WideString* column; // pooled; null for a value forgotten (a gap)
         uint32_t offset;          // of the characters in the language's texts
         uint32_t length;
     };
     // The longest the texts of one language may grow.
     static constexpr size_t kMaxTexts = UINT32_MAX;
+    // From this many values on, a language keeps an index.
+    static constexpr size_t kIndexFrom = 32;
+    using Index = std::unordered_map<const WideString*, uint32_t>;
     struct Language {
-        const WideString* name;    // pooled
-        std::vector<Value> values; // in the order they were stored
-        WideString texts;          // the values' characters, one after another
-        size_t unused = 0;         // characters of texts that no value holds any more
+        const WideString* name;       // pooled
+        std::vector<Value> values;    // in the order they were stored, with gaps
+        WideString texts;             // the values' characters, one after another
+        size_t unused = 0;            // characters of texts that no value holds any more
+        size_t gaps = 0;              // values forgotten but still in the list
+        std::unique_ptr<Index> index; // column to place in values, for many values
+
+        size_t Count() const { return values.size() - gaps; }
     };
+    // Where the language holds the column, or values.size().
+    static size_t Find(const Language& language, const WideString* column);
+    // Appends a value, and the index once there are many.
+    static void Append(Language& language, const Value& value);
+    // Forgets the value at that place (a gap); closes the gaps once they are half the list.
+    static void Erase(Language& language, size_t at);
 
     CCacheKeyPool& Keys();
     void MarkOwnerDirty();

@@ -1,5 +1,6 @@
 #include "torvex/family/CEncapFamily.h"
 
+#include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/evaluation/IEvaluatorProvider.h"
 #include "torvex/family/CEncapConstFamilyColumn.h"
 #include "torvex/family/CEncapFamilyTable.h"
@@ -681,8 +682,10 @@ long CEncapFamily::GetLocalizedColumnPropertyValue(const wchar_t* property, cons
 
 void CEncapFamily::SetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
                                                    const wchar_t* language, const wchar_t* value) {
-    if (CStringDocument* strings = StringsOf(language))
+    if (CStringDocument* strings = StringsOf(language)) {
         strings->SetColumnProperty(property, columnId, value);
+        NoteTableChange();
+    }
 }
 
 void CEncapFamily::SetLocalizedColumnPropertyValue(const wchar_t* property, const wchar_t* columnId,
@@ -696,6 +699,7 @@ void CEncapFamily::DeleteLocalizedColumnPropertyValues(const wchar_t* columnId) 
         if (CStringDocument* strings = StringsOf(language.c_str()))
             strings->RemoveColumnProperties(columnId);
     }
+    NoteTableChange();
 }
 
 long CEncapFamily::GetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
@@ -714,8 +718,10 @@ void CEncapFamily::SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* co
     // A column that is not localized has no cell strings.
     if (!IsFamilyColumnLocalized(columnId))
         return;
-    if (CStringDocument* strings = StringsOf(language))
+    if (CStringDocument* strings = StringsOf(language)) {
         strings->SetCellText(rowId, columnId, value);
+        NoteTableChange();
+    }
 }
 
 void CEncapFamily::SetLocalizedCellValue(const wchar_t* rowId, const wchar_t* columnId,
@@ -736,6 +742,12 @@ void CEncapFamily::DeleteLocalizedCellsValues(const wchar_t* rowId, const wchar_
         else
             strings->RemoveRowCells(Text(rowId)); // the whole row
     }
+    NoteTableChange();
+}
+
+void CEncapFamily::NoteTableChange() {
+    if (m_table && m_table->GetValueCache())
+        m_table->GetValueCache()->NoteChange();
 }
 
 bool CEncapFamily::SaveFamilyStringsXMLs() {

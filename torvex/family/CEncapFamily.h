@@ -259,6 +259,9 @@ private:
     /// language, or in the actual language only.
     void DeleteLocalizedCellsValues(const wchar_t* rowId, const wchar_t* columnId,
                                     bool allLanguages);
+    /// Tells the table's value cache that what a cell evaluates to may have changed (a string
+    /// document was edited), so that the evaluator forgets the outcomes it remembers.
+    void NoteTableChange();
     /// The string document of the language (ignoring case); null when unknown.
     CStringDocument* StringsOf(const wchar_t* language) const;
     /// Root attribute `name` into `out` (emptied first).

@@ -94,29 +94,46 @@ WideString CEncapFamilyColumn::ActualLanguage() const {
 
 Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* language,
                                     WideString& out) {
-    if (!m_table)
-        return CTableEvaluator::EvalNoValue;
+    Result result = CTableEvaluator::EvalOk;
+    if (ReadWithoutEvaluating(rowId, language, out, result))
+        return result;
+    const wchar_t* row = Text(rowId);
+    const wchar_t* lang = Text(language);
+    return ReadBackEvaluated(row, lang,
+                             m_table->Evaluate(WideString(row), m_columnId, WideString(lang)), out);
+}
+
+bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language,
+                                               WideString& out, Result& result) {
+    if (!m_table) {
+        result = CTableEvaluator::EvalNoValue;
+        return true;
+    }
+    result = CTableEvaluator::EvalOk;
     // A hit, the common case, copies no key.
     if (m_cache &&
         m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"", out) == 0)
-        return CTableEvaluator::EvalOk;
-    const wchar_t* row = Text(rowId);
-    const wchar_t* lang = Text(language);
+        return true;
     // The row id and the status are never evaluated: they answer the raw cell.
     if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
         SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus)) {
+        const wchar_t* row = Text(rowId);
         m_table->GetRawValue(row, m_columnId.c_str(), out);
-        SetCacheValue(row, lang, out.c_str());
-        return CTableEvaluator::EvalOk;
+        SetCacheValue(row, Text(language), out.c_str());
+        return true;
     }
-    const Result result = m_table->Evaluate(WideString(row), m_columnId, WideString(lang));
-    if (result != CTableEvaluator::EvalOk && result != CTableEvaluator::EvalUnitMismatch)
-        return result;
-    if (!m_cache || m_cache->GetValue(row, m_columnId, lang, out) != 0)
+    return false;
+}
+
+Result CEncapFamilyColumn::ReadBackEvaluated(const wchar_t* rowId, const wchar_t* language,
+                                             Result evaluated, WideString& out) {
+    if (evaluated != CTableEvaluator::EvalOk && evaluated != CTableEvaluator::EvalUnitMismatch)
+        return evaluated;
+    if (!m_cache || m_cache->GetValue(rowId, m_columnId, language, out) != 0)
         return CTableEvaluator::EvalNoValue;
-    if (result == CTableEvaluator::EvalUnitMismatch) {
+    if (evaluated == CTableEvaluator::EvalUnitMismatch) {
         // A value from the unitless fall-back is never kept, so each read warns anew.
-        m_cache->ClearValue(row, m_columnId, lang);
+        m_cache->ClearFallbackValue(rowId, m_columnId, language);
         return CTableEvaluator::EvalUnitMismatch;
     }
     return CTableEvaluator::EvalOk;
@@ -398,6 +415,17 @@ void CEncapFamilyColumn::SetColumnID(const wchar_t* columnId) {
     const WideString text = Text(columnId);
     m_node.SetProperty(FamilyNames::AttrColumnId, text.c_str());
     m_columnId = text;
+    // The column's cells are evaluated under the new id: what the evaluator remembers may not
+    // hold.
+    if (m_cache)
+        m_cache->NoteChange();
+}
+
+void CEncapFamilyColumn::SetColumnType(ColumnType type) {
+    // A material column's literals are keys the host names: its cells evaluate otherwise.
+    if (type != m_columnType && m_cache)
+        m_cache->NoteChange();
+    m_columnType = type;
 }
 
 void CEncapFamilyColumn::SetIsCustom(const bool& custom) {
@@ -463,17 +491,18 @@ void CEncapFamilyColumn::SetColIPropertyData(CEncapFamilyColIPropertyData* data)
 }
 
 void CEncapFamilyColumn::UpdateColumnType(const WideString& category) {
-    m_columnType = ColumnTypeNormal;
+    ColumnType type = ColumnTypeNormal;
     if (category == FamilyNames::ParamFileName)
-        m_columnType = ColumnTypeFileName;
+        type = ColumnTypeFileName;
     else if (category == FamilyNames::ParamMaterial)
-        m_columnType = ColumnTypeMaterial;
+        type = ColumnTypeMaterial;
     else if (category == FamilyNames::ParamCategory3)
-        m_columnType = ColumnTypeCategory3;
+        type = ColumnTypeCategory3;
     else if (category == FamilyNames::ParamCategory4)
-        m_columnType = ColumnTypeCategory4;
+        type = ColumnTypeCategory4;
     else if (category == FamilyNames::ParamCategory5)
-        m_columnType = ColumnTypeCategory5;
+        type = ColumnTypeCategory5;
+    SetColumnType(type);
     if (m_columnType != ColumnTypeNormal)
         SetIsHostPropertyColumn(true);
 }

@@ -153,8 +153,9 @@ public:
 
     // In-memory setters; no trace in the document.
 
-    /// Stores the kind.
-    void SetColumnType(ColumnType type) { m_columnType = type; }
+    /// Stores the kind (a material column evaluates its literals otherwise, so a new kind counts
+    /// as a change of the value cache).
+    void SetColumnType(ColumnType type);
     /// Stores the status flag.
     void SetIsStatusColumn(bool status) { m_status = status; }
     /// Stores the property flag.
@@ -258,6 +259,16 @@ private:
     void SetCacheValue(const wchar_t* rowId, const wchar_t* language, const wchar_t* value);
     /// Actual language of the family; empty without one.
     WideString ActualLanguage() const;
+    /// GetValue's answers that need no evaluation: true, with the result (and `out`), without a
+    /// table (7), on a cache hit (0), and for RID and STATUS (0, the raw cell, now cached); false
+    /// when the cell must be evaluated.
+    bool ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language, WideString& out,
+                               CTableEvaluator::EvaluateResult& result);
+    /// GetValue after the evaluation that answered `evaluated`: that code unless 0 or 8; else the
+    /// value from the cache (7 when none), and for 8 the value taken out of the cache again.
+    CTableEvaluator::EvaluateResult ReadBackEvaluated(const wchar_t* rowId, const wchar_t* language,
+                                                      CTableEvaluator::EvaluateResult evaluated,
+                                                      WideString& out);
     /// Inserts the column among the dependents if absent; nothing for null.
     void AddDependentColumn(CEncapFamilyColumn* column);
     /// Erases the column from the dependents if present.

@@ -1,5 +1,6 @@
 #include "torvex/family/CEncapFamilyRow.h"
 
+#include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/family/CEncapFamilyTable.h"
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/family/FamilyNames.h"
@@ -36,6 +37,9 @@ void CEncapFamilyRow::GetRowID(WideString& out) const {
 
 void CEncapFamilyRow::SetRowID(const wchar_t* id) {
     m_node.SetProperty(FamilyNames::AttrRowId, id);
+    // The evaluator's remembered outcomes go by row id.
+    if (m_table && m_table->GetValueCache())
+        m_table->GetValueCache()->NoteChange();
 }
 
 bool CEncapFamilyRow::GetCellNode(const wchar_t* columnId, XMLNode& out) const {

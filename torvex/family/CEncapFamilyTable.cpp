@@ -135,7 +135,12 @@ void CEncapFamilyTable::ClearData() {
 }
 
 CTableEvaluator::EvaluateResult CEncapFamilyTable::BuildColumnsDependency() {
+    // UpdateColumnsDependency for each formula, in map order. The columns are all new (the one
+    // caller is InitializeData), so no column is among any dependents yet and what that call
+    // would forget first is nothing: each formula only adds its edges. Forgetting would visit
+    // every column of the table for every formula, which grew with the square of the columns.
     CTableEvaluator::EvaluateResult result = CTableEvaluator::EvalOk;
+    CEncapFamilyColumn::ColumnSet references;
     for (CStringMapTo<CEncapFamilyColumn*>::Position pos = m_columns.GetStartPosition(); pos;) {
         WideString id;
         CEncapFamilyColumn* column = nullptr;
@@ -146,9 +151,12 @@ CTableEvaluator::EvaluateResult CEncapFamilyTable::BuildColumnsDependency() {
         column->GetFormula(formula);
         if (formula.empty())
             continue;
-        result = UpdateColumnsDependency(column, formula.c_str());
+        references.clear();
+        result = m_evaluator->CollectReferences(formula.c_str(), references);
         if (result != CTableEvaluator::EvalOk)
             break;
+        for (CEncapFamilyColumn* referenced : references)
+            referenced->AddDependentColumn(column);
     }
     return result;
 }
@@ -423,6 +431,9 @@ bool CEncapFamilyTable::GetRangeColumnValue(const wchar_t* columnId, WideString&
 
 void CEncapFamilyTable::SetRangeColumnValues(const std::map<WideString, WideString>& values) {
     m_rangeColumnValues = values;
+    // Range columns evaluate to these values now: what the evaluator remembers may not hold.
+    if (m_cache)
+        m_cache->NoteChange();
 }
 
 // ---- Checks and host services ----
