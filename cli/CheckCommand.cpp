@@ -110,13 +110,9 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) 
         err << "torvex check: --in-place and --output go with --repair\n";
         return kExitUsage;
     }
-    std::string error;
-    auto provider = MakeUnitsProvider({}, err, error);
-    auto family = provider ? OpenFamily(options.input, std::move(provider), error) : nullptr;
-    if (!family) {
-        err << "torvex: " << error << '\n';
+    auto family = OpenEvaluatingFamily(options.input, {}, err);
+    if (!family)
         return kExitFailed;
-    }
     CEncapFamilyTable& table = *family->GetEncapFamilyTable();
     const std::unordered_set<const CEncapFamilyColumn*> looping = ColumnsReachingALoop(table);
     size_t checked = 0;

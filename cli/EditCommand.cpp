@@ -562,12 +562,9 @@ int RunEdit(const EditOptions& options, std::ostream& out, std::ostream& err) {
         err << "torvex: cannot read " << options.input.familyPath << '\n';
         return kExitFailed;
     }
-    auto provider = MakeUnitsProvider({}, err, error);
-    auto family = provider ? OpenFamily(options.input, std::move(provider), error) : nullptr;
-    if (!family) {
-        err << "torvex: " << error << '\n';
+    auto family = OpenEvaluatingFamily(options.input, {}, err);
+    if (!family)
         return kExitFailed;
-    }
     const std::vector<WideString> stringsBefore = StringTexts(*family);
     Editor editor(*family, out);
     for (const EditAction& action : options.actions) {

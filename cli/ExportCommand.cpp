@@ -32,17 +32,9 @@ int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         err << "torvex: --evaluated and --merged exclude each other\n";
         return kExitUsage;
     }
-    std::string error;
-    auto provider = MakeUnitsProvider(options.materials, err, error);
-    if (!provider) {
-        err << "torvex: " << error << '\n';
+    auto family = OpenEvaluatingFamily(options.input, options.materials, err);
+    if (!family)
         return kExitFailed;
-    }
-    auto family = OpenFamily(options.input, std::move(provider), error);
-    if (!family) {
-        err << "torvex: " << error << '\n';
-        return kExitFailed;
-    }
 
     WideString xml;
     bool made = false;

@@ -23,4 +23,15 @@ std::unique_ptr<IEvaluatorProvider> MakeUnitsProvider(const std::string& materia
     return std::make_unique<CUnitsEvaluatorProvider>(materials);
 }
 
+std::unique_ptr<CEncapFamily> OpenEvaluatingFamily(const FamilyInput& input,
+                                                   const std::string& materialsPath,
+                                                   std::ostream& err) {
+    std::string error;
+    auto provider = MakeUnitsProvider(materialsPath, err, error);
+    auto family = provider ? OpenFamily(input, std::move(provider), error) : nullptr;
+    if (!family)
+        err << "torvex: " << error << '\n';
+    return family;
+}
+
 } // namespace torvex::cli

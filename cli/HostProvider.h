@@ -1,6 +1,8 @@
 #pragma once
 // The reference host's provider for the commands that evaluate.
 
+#include "FamilyFile.h"
+
 #include "torvex/evaluation/IEvaluatorProvider.h"
 
 #include <memory>
@@ -13,5 +15,11 @@ namespace torvex::cli {
 /// message in `error` when the table cannot be read. Malformed lines are reported on `err`.
 std::unique_ptr<IEvaluatorProvider> MakeUnitsProvider(const std::string& materialsPath,
                                                       std::ostream& err, std::string& error);
+
+/// Opens the family with a units provider (materials from `materialsPath`, none when empty) for
+/// the commands that evaluate; null, with "torvex: <why>" written to `err`, when the materials
+/// table or a document cannot be read.
+std::unique_ptr<CEncapFamily>
+OpenEvaluatingFamily(const FamilyInput& input, const std::string& materialsPath, std::ostream& err);
 
 } // namespace torvex::cli

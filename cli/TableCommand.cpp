@@ -108,17 +108,9 @@ int RunTable(const TableOptions& options, std::ostream& out, std::ostream& err) 
         err << "torvex: unknown format " << options.format << " (text, csv or json)\n";
         return kExitUsage;
     }
-    std::string error;
-    auto provider = MakeUnitsProvider(options.materials, err, error);
-    if (!provider) {
-        err << "torvex: " << error << '\n';
+    auto family = OpenEvaluatingFamily(options.input, options.materials, err);
+    if (!family)
         return kExitFailed;
-    }
-    auto family = OpenFamily(options.input, std::move(provider), error);
-    if (!family) {
-        err << "torvex: " << error << '\n';
-        return kExitFailed;
-    }
     CEncapFamilyTable& table = *family->GetEncapFamilyTable();
     WideString language;
     family->GetActualLanguage(language);
