@@ -182,6 +182,30 @@ TEST(StructureEdits, EachEditLeavesTheTableInStep) {
     }
 }
 
+// Inserts and moves count the children of Rows in the document and the places in the id list
+// with the same index; with a child that isn't a listed row the two orders part. An id the
+// document can't hold leaves its new element behind without id, and the insert answers null.
+TEST(StructureEdits, UnlistedChildrenOfRowsShiftTheDocumentIndex) {
+    auto family = Open(Col(L"RID"), L"<!--c-->" + kThreeRows);
+    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    int index = 2;
+    table.ChangeRowIndex(L"a", index);
+    EXPECT_EQ(index, 2);
+    EXPECT_EQ(table.GetAllRowIDs(), (WideStringList{L"b", L"c", L"a"}));
+    EXPECT_EQ(TableXml(*family), L"<FamilyTable><Columns>" + Col(L"RID") +
+                                     L"</Columns><Rows><!--c--><Row RowId=\"b\"/><Row "
+                                     L"RowId=\"a\"/><Row RowId=\"c\"/></Rows></FamilyTable>");
+    ExpectTableInStep(table, "ChangeRowIndex behind a comment");
+
+    auto refused = Open(Col(L"RID"), kThreeRows);
+    CEncapFamilyTable& other = *refused->GetEncapFamilyTable();
+    EXPECT_EQ(other.InsertNewRow(99, L"\b"), nullptr);
+    EXPECT_EQ(other.GetAllRowIDs(), (WideStringList{L"a", L"b", L"c"}));
+    EXPECT_EQ(TableXml(*refused), L"<FamilyTable><Columns>" + Col(L"RID") + L"</Columns><Rows>" +
+                                      kThreeRows + L"<Row/></Rows></FamilyTable>");
+    ExpectTableInStep(other, "InsertNewRow of an id the document refuses");
+}
+
 // A copy takes the evaluated value of an override, not its formula text; columns without a
 // cell in the source stay empty and compute from their formula.
 TEST(StructureEdits, CopyRowGivesAnOverrideItsValue) {
