@@ -40,3 +40,4 @@
 #include "torvex/xml/XMLNode.h"
 #include "torvex/xml/XMLNodeArray.h"
 #include "torvex/xml/XMLParser.h"
+#include "torvex/xml/XMLTextWriter.h"

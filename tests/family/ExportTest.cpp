@@ -3,9 +3,22 @@
 
 #include "FamilyTestSupport.h"
 
+#include "torvex/xml/XMLTextWriter.h"
+
 #include <gtest/gtest.h>
 
-namespace torvex::test {
+namespace torvex {
+
+// The export made the plain way, as an edited copy of the table serialised whole: what the
+// export written in pieces must equal, character for character.
+class CEncapFamilyTableTestPeer {
+public:
+    static bool ExportThroughCopy(const CEncapFamilyTable& table, WideString& out) {
+        return table.GetEvaluatedXmlThroughCopy(out);
+    }
+};
+
+namespace test {
 namespace {
 
 // The test host computes nothing: `twice` (a Real formula) fails, the string formula and the
@@ -73,5 +86,66 @@ TEST(TableExport, ARowOrCellWithoutItsIdFailsTheWholeExport) {
     EXPECT_FALSE(family->GetEncapFamilyTable()->GetEvaluatedXml(out));
 }
 
+// Tables whose every piece the writer must write as the serialiser writes it: texts and
+// attributes needing escapes, non-ASCII text, comments, CDATA and instructions between and
+// inside rows, cells with markup, empty and missing containers, elements of other names.
+TEST(TableExport, WrittenInPiecesEqualsTheEditedCopy) {
+    const WideString columns = LR"(<Columns><Column ColumnId="d" ValueType="string"/>
+        <Column ColumnId="name" ValueType="string" ColumnwideValue="&quot;M&quot; &amp; {d}"/>
+        <Column ColumnId="twice" ValueType="double" ColumnwideValue="{d}*2"/>
+        <Column ColumnId="Länge" ValueType="string"/></Columns>)";
+    const WideString tables[] = {
+        L"<FamilyTable Note=\"a&amp;b&lt;&gt;&quot;'&#10;&#13;&#9;ä\">" + columns +
+            LR"(<Rows><Row RowId="r&amp;1"/><!-- a comment --><Row RowId="r2" Extra="x"><Cell
+            ColumnId="twice">7</Cell><Cell ColumnId="d">a&lt;b&amp;c&gt;&#13;'"</Cell><?pi data?></Row>
+            <Row RowId="r3"><Cell ColumnId="d"><![CDATA[<raw>]]></Cell><Cell ColumnId="Länge">𝄞 ü</Cell></Row>
+            <Row RowId="r4"><Cell ColumnId="d">x<b>bold</b>y</Cell><Cell ColumnId="name"/></Row>
+            <Row RowId="r5"><!-- only a comment --></Row><Member RowId="r6"><Value
+            ColumnId="d">6</Value></Member></Rows></FamilyTable>)",
+        L"<FamilyTable>" + columns + L"<Rows/></FamilyTable>",
+        L"<FamilyTable>" + columns + L"</FamilyTable>",
+        L"<FamilyTable><Rows><Row RowId=\"a\"/></Rows>" + columns +
+            L"<Rows><Row RowId=\"b\"/></Rows></FamilyTable>",
+        L"<FamilyTable/>",
+        L"<FamilyTable><Rows><Row RowId=\"a\"/><Row "
+        L"RowId=\"b\"><!--c--></Row></Rows></FamilyTable>",
+    };
+    for (const WideString& xml : tables) {
+        auto family = OpenFamily((L"<Family>" + xml + L"</Family>").c_str());
+        ASSERT_TRUE(family) << xml;
+        CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+        EXPECT_TRUE(XMLTextWriter::CanWritePieces(table.GetXMLNode()));
+        WideString pieces, copy;
+        const bool written = table.GetEvaluatedXml(pieces);
+        EXPECT_EQ(written, CEncapFamilyTableTestPeer::ExportThroughCopy(table, copy)) << xml;
+        EXPECT_EQ(pieces, copy) << xml;
+    }
+
+    // Values set by edits: markup characters, an empty value, a lone surrogate.
+    auto family = OpenFamily(kFamily);
+    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    table.SetValue(L"r1", L"d", L"<&>\r\n\t\"'", false);
+    table.SetValue(L"r2", L"d", L"", false);
+    table.SetValue(L"r2", L"twice", L"\xD800", false);
+    WideString pieces, copy;
+    ASSERT_TRUE(table.GetEvaluatedXml(pieces));
+    ASSERT_TRUE(CEncapFamilyTableTestPeer::ExportThroughCopy(table, copy));
+    EXPECT_EQ(pieces, copy);
+}
+
+// Namespaces keep the export on the way through a copy, which declares them on its root.
+TEST(TableExport, NamespacesTakeTheWayThroughACopy) {
+    auto family = OpenFamily(LR"(<Family xmlns:v="urn:v"><FamilyTable><Columns><Column
+        ColumnId="d"/></Columns><Rows><Row RowId="r"><Cell ColumnId="d" v:unit="mm">5</Cell></Row>
+        </Rows></FamilyTable></Family>)");
+    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    EXPECT_FALSE(XMLTextWriter::CanWritePieces(table.GetXMLNode()));
+    WideString out;
+    ASSERT_TRUE(table.GetEvaluatedXml(out));
+    EXPECT_NE(out.find(L"<FamilyTable xmlns:v=\"urn:v\">"), WideString::npos) << out;
+    EXPECT_NE(out.find(L"<Cell ColumnId=\"d\" v:unit=\"mm\">5</Cell>"), WideString::npos) << out;
+}
+
 } // namespace
-} // namespace torvex::test
+} // namespace test
+} // namespace torvex

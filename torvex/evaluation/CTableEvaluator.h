@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <map>
 #include <set>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -137,6 +138,18 @@ private:
     };
     /// Row id, column id and language, as EvaluateCell got them.
     using OutcomeKey = std::tuple<WideString, WideString, WideString>;
+    /// Orders keys and looked-up views alike, so that a lookup allocates nothing.
+    struct OutcomeKeyLess {
+        using is_transparent = void;
+        using View = std::tuple<std::wstring_view, std::wstring_view, std::wstring_view>;
+        static View AsView(const OutcomeKey& key) {
+            return {std::get<0>(key), std::get<1>(key), std::get<2>(key)};
+        }
+        static const View& AsView(const View& key) { return key; }
+        template <typename A, typename B> bool operator()(const A& a, const B& b) const {
+            return AsView(a) < AsView(b);
+        }
+    };
 
     /// EvaluateCell up to the pieces of the source text: true, with the frame's result, when the
     /// cell is done already (in progress, unknown column, unbalanced braces, with `recall` an
@@ -177,7 +190,7 @@ private:
     std::set<WideString> m_inProgress;
     CCircularDependencyChecker::SpareEntries m_spareEntries; // entries of m_inProgress, reused
     IEvaluatorProvider* m_provider = nullptr;
-    std::map<OutcomeKey, Outcome, std::less<>> m_outcomes;
+    std::map<OutcomeKey, Outcome, OutcomeKeyLess> m_outcomes;
     uint64_t m_outcomesChangeCount = 0; // the value cache's count the outcomes belong to
 };
 

@@ -9,6 +9,7 @@
 #include "torvex/platform/NumberText.h"
 #include "torvex/text/CStringUtil.h"
 #include "torvex/xml/XMLNodeArray.h"
+#include "torvex/xml/XMLTextWriter.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -881,7 +882,130 @@ bool CEncapFamilyTable::GetXml(WideString& out) const {
     return m_node.GetXml(out);
 }
 
+namespace {
+
+const wchar_t kEvaluatedXmlDeclaration[] = L"<?xml version='1.0' encoding='UTF-16'?>\n";
+
+} // namespace
+
 bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
+    // The export is written straight from the table, as the serialiser would write an edited
+    // copy of it, so that no copy has to be made, edited and serialised. A table with
+    // namespaces, whose copy would declare them anew, takes the way through a copy.
+    if (!m_node.IsNode())
+        return false;
+    if (!XMLTextWriter::CanWritePieces(m_node))
+        return GetEvaluatedXmlThroughCopy(out);
+    XMLTextWriter writer;
+    switch (WriteEvaluatedTable(writer)) {
+    case ExportWritten:
+        writer.TakeText(out);
+        return true;
+    case ExportRefused:
+        return false;
+    default:
+        return GetEvaluatedXmlThroughCopy(out);
+    }
+}
+
+CEncapFamilyTable::ExportOutcome
+CEncapFamilyTable::WriteEvaluatedTable(XMLTextWriter& writer) const {
+    writer.WriteMarkup(kEvaluatedXmlDeclaration);
+    XMLNode rows;
+    m_node.GetChildNode((L"./" + WideString(FamilyNames::ElemRows)).c_str(), rows);
+    if (!rows.IsNode()) {
+        if (!writer.WriteNode(m_node))
+            return ExportRefused;
+        writer.WriteMarkup(L"\n");
+        return ExportWritten;
+    }
+
+    // Reads go through GetValue, which fills the value cache: the table stays logically const.
+    auto* self = const_cast<CEncapFamilyTable*>(this);
+    // Column ids as listed, compared exactly, to their place in the list: a row marks the
+    // columns it has cells for, and the others are added in list order.
+    std::unordered_map<std::wstring_view, size_t> places;
+    places.reserve(m_columnIds.size());
+    for (size_t i = 0; i < m_columnIds.size(); ++i)
+        places.emplace(m_columnIds[i], i);
+    std::vector<char> seen(m_columnIds.size());
+    WideString rowId, columnId, value;
+
+    // Writes one row with its values.
+    auto writeRow = [&](const XMLNode& row) -> ExportOutcome {
+        if (!row.GetProperty(FamilyNames::AttrRowId, rowId))
+            return ExportRefused;
+        std::fill(seen.begin(), seen.end(), 0);
+        writer.WriteStartTag(row);
+        XMLNode cell;
+        row.GetFirstChildNode(cell);
+        const bool hadChildren = cell.IsNode();
+        for (; cell.IsNode(); cell.GetNextSibling(cell)) {
+            if (cell.GetNodeType() != XMLNode::NodeElement) {
+                if (!writer.WriteNode(cell))
+                    return ExportRefused;
+                continue;
+            }
+            if (!cell.GetProperty(FamilyNames::AttrColumnId, columnId))
+                return ExportRefused;
+            value.clear();
+            // A value the document can't hold leaves the cell as it was.
+            const bool written =
+                self->GetValue(rowId.c_str(), columnId.c_str(), value) == CTableEvaluator::EvalOk &&
+                XMLTextWriter::IsXmlText(value) && writer.WriteElementWithText(cell, value);
+            if (!written && !writer.WriteNode(cell))
+                return ExportRefused;
+            const auto place = places.find(columnId);
+            if (place != places.end())
+                seen[place->second] = 1;
+        }
+        bool added = false;
+        for (size_t i = 0; i < m_columnIds.size(); ++i) {
+            if (seen[i])
+                continue;
+            value.clear();
+            if (self->GetValue(rowId.c_str(), m_columnIds[i].c_str(), value) !=
+                CTableEvaluator::EvalOk)
+                continue;
+            if (!writer.WriteNewElement(FamilyNames::ElemCell, value, FamilyNames::AttrColumnId,
+                                        m_columnIds[i].c_str()))
+                return ExportNeedsCopy;
+            added = true;
+        }
+        writer.WriteEndTag(row, !hadChildren && !added);
+        return ExportWritten;
+    };
+
+    writer.WriteStartTag(m_node);
+    XMLNode child;
+    for (m_node.GetFirstChildNode(child); child.IsNode(); child.GetNextSibling(child)) {
+        if (!child.IsSameNode(rows)) {
+            if (!writer.WriteNode(child))
+                return ExportRefused;
+            continue;
+        }
+        writer.WriteStartTag(rows);
+        XMLNode row;
+        rows.GetFirstChildNode(row);
+        const bool hasRows = row.IsNode();
+        for (; row.IsNode(); row.GetNextSibling(row)) {
+            if (row.GetNodeType() != XMLNode::NodeElement) {
+                if (!writer.WriteNode(row))
+                    return ExportRefused;
+                continue;
+            }
+            const ExportOutcome outcome = writeRow(row);
+            if (outcome != ExportWritten)
+                return outcome;
+        }
+        writer.WriteEndTag(rows, !hasRows);
+    }
+    writer.WriteEndTag(m_node, false);
+    writer.WriteMarkup(L"\n");
+    return ExportWritten;
+}
+
+bool CEncapFamilyTable::GetEvaluatedXmlThroughCopy(WideString& out) const {
     // A deep copy of the FamilyTable element, detached from the family's tree, serialised at the
     // end as the root of a UTF-16 document would be. Copying within the document keeps the
     // copy's names and texts where they are; a new document would have to take every string
@@ -939,7 +1063,7 @@ bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
     WideString text;
     if (!table.GetXml(text))
         return false;
-    out = L"<?xml version='1.0' encoding='UTF-16'?>\n" + text + L"\n";
+    out = kEvaluatedXmlDeclaration + text + L"\n";
     return true;
 }
 

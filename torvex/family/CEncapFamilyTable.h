@@ -18,6 +18,7 @@ namespace torvex {
 
 class CEncapFamily;
 class CTableValueCache;
+class XMLTextWriter;
 
 /// Built by CEncapFamily from the FamilyTable element; not copyable.
 class CEncapFamilyTable {
@@ -259,9 +260,19 @@ public:
 
 private:
     friend class CEncapFamily;
+    friend class CEncapFamilyTableTestPeer;
     friend class CEncapFamilyRow;
     friend class CEncapFamilyColumn;
     friend class CTableEvaluator;
+
+    /// How writing the evaluated export ended: written, refused (a row or cell without its id,
+    /// a failed serialisation), or left to the way through a copy.
+    enum ExportOutcome { ExportWritten, ExportRefused, ExportNeedsCopy };
+    /// Writes the evaluated export straight from the table (see GetEvaluatedXml).
+    ExportOutcome WriteEvaluatedTable(XMLTextWriter& writer) const;
+    /// The evaluated export made as an edited copy of the table, serialised: for tables the
+    /// writer can't write in pieces. Fails as GetEvaluatedXml.
+    bool GetEvaluatedXmlThroughCopy(WideString& out) const;
 
     /// Builds columns, the dependency graph and rows from the node, in that order.
     void InitializeData();

@@ -151,36 +151,6 @@ bool SaveNodes(xmlNodePtr first, bool siblings, const char* encoding, std::strin
     return ok;
 }
 
-void AppendEscapedAttribute(std::string& out, const char* value) {
-    for (const char* p = value; *p != 0; ++p) {
-        switch (*p) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        case '\n':
-            out += "&#10;";
-            break;
-        case '\r':
-            out += "&#13;";
-            break;
-        case '\t':
-            out += "&#9;";
-            break;
-        default:
-            out += *p;
-        }
-    }
-}
-
 // The value of the pseudo-attribute `encoding` in declaration data; empty when absent.
 std::string DeclaredEncoding(const char* data) {
     std::string_view text(data);
@@ -213,6 +183,57 @@ std::string Upper(std::string text) {
 }
 
 } // namespace
+
+void AppendEscapedAttribute(std::string& out, const char* value) {
+    for (const char* p = value; *p != 0; ++p) {
+        switch (*p) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        case '\n':
+            out += "&#10;";
+            break;
+        case '\r':
+            out += "&#13;";
+            break;
+        case '\t':
+            out += "&#9;";
+            break;
+        default:
+            out += *p;
+        }
+    }
+}
+
+void AppendEscapedText(std::string& out, const char* text) {
+    for (const char* p = text; *p != 0; ++p) {
+        switch (*p) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '\r':
+            out += "&#13;";
+            break;
+        default:
+            out += *p;
+        }
+    }
+}
 
 ParseResult ParseText(const wchar_t* text) {
     ParseResult result;

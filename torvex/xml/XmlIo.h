@@ -23,6 +23,11 @@ ParseResult ParseText(const wchar_t* text);
 /// Parses the bytes of a file; the encoding comes from a byte order mark or the declaration.
 ParseResult ParseBytes(const std::string& bytes);
 
+/// Appends an attribute value escaped as the serialiser escapes it between double quotes.
+void AppendEscapedAttribute(std::string& out, const char* value);
+/// Appends text content escaped as the serialiser escapes it.
+void AppendEscapedText(std::string& out, const char* text);
+
 /// The node serialised as UTF-8 (a document: each top-level node followed by a line feed).
 bool Serialize(xmlNodePtr node, std::string& utf8);
 /// The document's bytes for a file, in the encoding its declaration names (see XMLParser.h).
