@@ -7,6 +7,7 @@
 #include "family/FamilyTestSupport.h"
 
 #include "FamilyGenerator.h"
+#include "GraphFamilyGenerator.h"
 #include "torvex/platform/Utf16.h"
 
 #include <gtest/gtest.h>
@@ -128,7 +129,7 @@ double HeldPerDocumentByte(const std::string& family, const std::vector<std::str
 }
 
 TEST(OpeningMemory, TheGeneratedFamilyHoldsAFixedMultipleOfItsSize) {
-    const bench::GeneratedFamily generated = bench::GenerateFamily(2000);
+    const bench::GeneratedFamily generated = bench::GenerateFamily(50000);
     const double perByte = HeldPerDocumentByte(generated.familyUtf8, generated.stringDocumentsUtf8);
     std::printf("generated family, %zu bytes: %.1f heap bytes per document byte\n",
                 generated.Utf8Bytes(), perByte);
@@ -142,6 +143,21 @@ TEST(OpeningMemory, CostlyDocumentsHoldAFixedMultipleOfTheirSize) {
         std::printf("%s: %.1f heap bytes per document byte\n", documents.name, perByte);
         EXPECT_GT(perByte, 0.0) << documents.name;
         EXPECT_LE(perByte, static_cast<double>(kBytesPerDocumentByte)) << documents.name;
+    }
+}
+
+// Columns whose formulas make a long chain, a lattice or one loop through all of them: the
+// dependency graph held beside the document stays within the bound too.
+TEST(OpeningMemory, DependencyGraphsHoldAFixedMultipleOfTheirSize) {
+    for (const bench::GraphShape shape :
+         {bench::GraphShape::Chain, bench::GraphShape::Diamond, bench::GraphShape::Cycle}) {
+        const bench::GraphFamily graph = bench::GenerateGraphFamily(shape, 50000);
+        const double perByte = HeldPerDocumentByte(platform::ToUtf8(graph.familyXml), {});
+        std::printf("%s of 50,000 columns: %.1f heap bytes per document byte\n",
+                    bench::GraphShapeName(shape), perByte);
+        EXPECT_GT(perByte, 0.0) << bench::GraphShapeName(shape);
+        EXPECT_LE(perByte, static_cast<double>(kBytesPerDocumentByte))
+            << bench::GraphShapeName(shape);
     }
 }
 
