@@ -1,6 +1,8 @@
 #!/bin/sh
 # Builds a fuzz target with clang in build/fuzz and runs it.
-# Usage: fuzz/run.sh [seconds] [target]   (default 60 seconds, target cache_file)
+# Usage: fuzz/run.sh [seconds] [target] [libFuzzer flags...]   (default 60 seconds, target
+# cache_file); for example `fuzz/run.sh 600 family_edits -len_control=0` tries long edit
+# sequences from the start.
 # Targets: cache_file (the table cache reader), toc (opening and walking a table of contents),
 # bmp_reader, ico_reader and pe_resource (the icon and bitmap readers), family_open (a family's
 # three documents opened, every cell evaluated by the reference host, its cache file read back),
@@ -9,6 +11,7 @@
 set -eu
 seconds=${1:-60}
 target=${2:-cache_file}
+[ $# -gt 2 ] && shift 2 || set --
 root=$(cd "$(dirname "$0")/.." && pwd)
 build="$root/build/fuzz"
 
@@ -42,4 +45,4 @@ fi
 cd "$build"
 exec "$build/fuzz/${target}_fuzzer" "$work" "$root/fuzz/corpus/$target" $dict \
   -max_total_time="$seconds" -max_len="$max_len" -rss_limit_mb=2048 -timeout=10 \
-  -artifact_prefix="$artifacts" -print_final_stats=1
+  -artifact_prefix="$artifacts" -print_final_stats=1 "$@"
