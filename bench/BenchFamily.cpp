@@ -18,7 +18,28 @@ void Tally(CellTally& tally, CTableEvaluator::EvaluateResult result, const WideS
     tally.characters += value.size();
 }
 
+// The reference host, noting each expression it is asked to compute with units.
+class RecordingProvider : public CUnitsEvaluatorProvider {
+public:
+    explicit RecordingProvider(std::vector<HostCall>& calls) : m_calls(calls) {}
+    int32_t EvaluateToDouble(const wchar_t* expression, const wchar_t* unit,
+                             double* value) override {
+        m_calls.push_back({expression ? expression : L"", unit ? unit : L""});
+        return CUnitsEvaluatorProvider::EvaluateToDouble(expression, unit, value);
+    }
+
+private:
+    std::vector<HostCall>& m_calls;
+};
+
 } // namespace
+
+void RecordHostCalls(GeneratedFamily& family) {
+    family.hostCalls.clear();
+    CEncapFamily opened(family.familyXml.c_str(), family.stringDocuments, nullptr,
+                        new RecordingProvider(family.hostCalls), false);
+    ReadAllCells(opened);
+}
 
 size_t CellTally::Cells() const {
     size_t cells = other;

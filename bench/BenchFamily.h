@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace torvex::bench {
 
@@ -30,6 +31,10 @@ struct CellTally {
 /// cache file. Never fails (a family whose text doesn't parse has a null table).
 std::unique_ptr<CEncapFamily> OpenFamily(const GeneratedFamily& family,
                                          const std::wstring& cacheFolder);
+
+/// Fills the family's host calls with what the library asks of the reference host when every
+/// cell is read once (for shapes whose calls the generator doesn't write). Never fails.
+void RecordHostCalls(GeneratedFamily& family);
 
 /// Opens a generated graph family (no string documents, no cache folder) with a new reference
 /// provider. Never fails.

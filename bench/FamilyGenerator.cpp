@@ -388,7 +388,88 @@ std::wstring StringDocument(const Language& language, const GeneratedFamily& fam
     return out;
 }
 
+// The formula columns of the chains shape, in document order: id and formula, all in mm.
+struct ChainColumn {
+    const wchar_t* id;
+    const wchar_t* formula;
+};
+
+constexpr std::array<ChainColumn, 20> kChainColumns = {{
+    {L"a1", L"{d}*1.5"},      {L"a2", L"{a1}+{P}"},       {L"a3", L"{a2}*2"},
+    {L"a4", L"{a3}-{d}"},     {L"a5", L"{a4}/2"},         {L"b1", L"{l}+{d}"},
+    {L"b2", L"{b1}*1.1"},     {L"b3", L"{b2}-{P}"},       {L"b4", L"{b3}/3"},
+    {L"b5", L"{b4}+{a5}"},    {L"c1", L"{a5}+{b5}"},      {L"c2", L"{c1}*0.5"},
+    {L"c3", L"{c2}+{l}"},     {L"c4", L"{c3}-{P}*2"},     {L"c5", L"{c4}*1.25"},
+    {L"e1", L"{c5}-{l}/4"},   {L"e2", L"{e1}*3"},         {L"e3", L"{e2}+{b3}"},
+    {L"e4", L"{e3}/{d}*{P}"}, {L"e5", L"{e4}+{a1}+{c2}"},
+}};
+
+std::wstring ChainsFamilyXml(const GeneratedFamily& family) {
+    std::wstring xml;
+    xml.reserve(4096 + family.rowCount * 260);
+    xml += L"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Family";
+    Attr(xml, L"InternalName", Guid(family.rowCount, 5));
+    Attr(xml, L"DisplayName", L"Benchmark chains " + std::to_wstring(family.rowCount));
+    Attr(xml, L"FolderName", L"bench-chains");
+    xml += L">\n  <FamilyTable>\n    <Columns>\n";
+    auto column = [&](const wchar_t* id, const wchar_t* type, const wchar_t* unit,
+                      const wchar_t* formula, bool hidden) {
+        xml += L"      <Column";
+        Attr(xml, L"ColumnId", id);
+        Attr(xml, L"Title", id);
+        Attr(xml, L"ValueType", type);
+        if (*unit)
+            Attr(xml, L"UnitType", unit);
+        if (*formula)
+            Attr(xml, L"ColumnwideValue", formula);
+        Attr(xml, L"Hidden", hidden ? L"true" : L"false");
+        xml += L"/>\n";
+    };
+    column(L"RID", L"string", L"", L"", true);
+    column(L"d", L"double", L"mm", L"", false);
+    column(L"l", L"double", L"mm", L"", false);
+    column(L"P", L"double", L"mm", L"", false);
+    for (const ChainColumn& chain : kChainColumns)
+        column(chain.id, L"double", L"mm", chain.formula, false);
+    xml += L"    </Columns>\n    <Rows>\n";
+    for (size_t i = 0; i < family.rowCount; ++i) {
+        const RowData row = RowAt(i);
+        xml += L"      <Row RowId=\"";
+        xml += family.rowIds[i];
+        xml += L"\">\n";
+        Cell(xml, L"RID", family.rowIds[i]);
+        Cell(xml, L"d", row.d);
+        Cell(xml, L"l", row.l);
+        Cell(xml, L"P", row.P);
+        xml += L"      </Row>\n";
+    }
+    xml += L"    </Rows>\n  </FamilyTable>\n</Family>\n";
+    return xml;
+}
+
+std::wstring ChainsStringDocument(const wchar_t* tag, bool german) {
+    std::wstring out = L"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<LocalizedStrings";
+    Attr(out, L"xml:lang", tag);
+    out += L">\n";
+    Element(out, L"  ", L"DisplayName", german ? L"Ketten (generiert)" : L"Benchmark chains");
+    out += L"  <Table>\n";
+    for (const ChainColumn& chain : kChainColumns) {
+        out += L"    <ColumnStrings ColumnId=\"";
+        out += chain.id;
+        out += L"\">\n";
+        Element(out, L"      ", L"Title",
+                (german ? L"Ma\u00df " : L"Dimension ") + std::wstring(chain.id));
+        out += L"    </ColumnStrings>\n";
+    }
+    out += L"  </Table>\n</LocalizedStrings>\n";
+    return out;
+}
+
 } // namespace
+
+const char* FamilyShapeName(FamilyShape shape) {
+    return shape == FamilyShape::Chains ? "chains" : "screws";
+}
 
 size_t GeneratedFamily::Utf8Bytes() const {
     size_t bytes = familyUtf8.size();
@@ -397,14 +478,29 @@ size_t GeneratedFamily::Utf8Bytes() const {
     return bytes;
 }
 
-GeneratedFamily GenerateFamily(size_t rows) {
+GeneratedFamily GenerateFamily(size_t rows, FamilyShape shape) {
     GeneratedFamily family;
+    family.shape = shape;
     family.rowCount = rows;
-    for (const ColumnDefinition& column : kColumns)
-        family.columnIds.push_back(column.id);
     family.rowIds.reserve(rows);
     for (size_t i = 0; i < rows; ++i)
         family.rowIds.push_back(Guid(i, 1));
+    if (shape == FamilyShape::Chains) {
+        for (const wchar_t* id : {L"RID", L"d", L"l", L"P"})
+            family.columnIds.push_back(id);
+        for (const ChainColumn& chain : kChainColumns)
+            family.columnIds.push_back(chain.id);
+        family.familyXml = ChainsFamilyXml(family);
+        family.cellElements = rows * 4;
+        family.stringDocuments.push_back(ChainsStringDocument(L"en-US", false));
+        family.stringDocuments.push_back(ChainsStringDocument(L"de-DE", true));
+        family.familyUtf8 = platform::ToUtf8(family.familyXml);
+        for (const std::wstring& text : family.stringDocuments)
+            family.stringDocumentsUtf8.push_back(platform::ToUtf8(text));
+        return family;
+    }
+    for (const ColumnDefinition& column : kColumns)
+        family.columnIds.push_back(column.id);
 
     std::wstring& xml = family.familyXml;
     xml.reserve(16384 + rows * 900);

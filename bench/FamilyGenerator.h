@@ -16,6 +16,16 @@
 //   ROTATION                                      custom range column "[0;60;15;30]"
 // The literal `l` is referenced by exactly three formula columns: DESIGNATION, L_TOTAL and
 // THREAD_TURNS (what the edit benchmark changes).
+//
+// The second shape, `Chains`, is made for the evaluation path rather than the parse: 24 columns
+// of which 20 are formulas, four chains five deep over the literals d, l and P (all in mm), so
+// that a cell refers to one computed a step before, down to the literals:
+//   RID                                     row id
+//   d, l, P (mm)                            literal numbers in cells
+//   a1..a5, b1..b5, c1..c5, e1..e5 (mm)     a1 = {d}*1.5, a2 = {a1}+{P}, ...; b5, c1 and e1 join
+//                                           chains, so the deepest cell is 12 references down
+// Its host calls are not written by the generator: the benchmark records them once from the
+// library (RecordHostCalls), since each depends on values computed before it.
 
 #include "torvex/platform/WideString.h"
 
@@ -25,6 +35,9 @@
 
 namespace torvex::bench {
 
+/// The kinds of generated family.
+enum class FamilyShape { Screws, Chains };
+
 /// One expression as the library hands it to the host for one formula cell.
 struct HostCall {
     std::wstring expression; // "3mm*1.5+1": references replaced by value and unit
@@ -33,6 +46,7 @@ struct HostCall {
 
 /// Everything a benchmark needs of one generated family.
 struct GeneratedFamily {
+    FamilyShape shape = FamilyShape::Screws;
     size_t rowCount = 0;
     std::wstring familyXml;
     WideStringList stringDocuments; // en-US first (the actual language), then de-DE
@@ -51,7 +65,11 @@ struct GeneratedFamily {
 inline constexpr const wchar_t* kEditedColumn = L"l";
 inline constexpr size_t kColumnsReferringToEdited = 3;
 
-/// Builds the family of `rows` rows; the same count always gives the same texts. Never fails.
-GeneratedFamily GenerateFamily(size_t rows);
+/// Builds the family of `rows` rows of the shape; the same arguments always give the same texts.
+/// Never fails.
+GeneratedFamily GenerateFamily(size_t rows, FamilyShape shape = FamilyShape::Screws);
+
+/// "screws" or "chains".
+const char* FamilyShapeName(FamilyShape shape);
 
 } // namespace torvex::bench

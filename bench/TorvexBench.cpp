@@ -1,9 +1,9 @@
-// Benchmarks of opening and evaluating generated families of 100 to 50,000 rows, beside the
+// Benchmarks of opening and evaluating generated families of 100 to 100,000 rows, beside the
 // baselines measured in the same run on the same texts: libxml2 alone, and the reference host
 // alone. bench/report.py turns the JSON output into the table of ratios against the targets.
 //
 // Extra flags, before Google Benchmark's own:
-//   --sizes=100,1000      row counts to run (default 100,1000,10000,50000)
+//   --sizes=100,1000      row counts to run (default 100,1000,10000,50000,100000)
 //   --graph-sizes=1000    column counts of the graph shapes (default 1000,10000,50000)
 //   --write-graph-family=SHAPE:COLUMNS FILE
 //                         write a graph family (GraphFamilyGenerator.h) as UTF-8 XML and leave
@@ -96,11 +96,13 @@ public:
         }
     }
 
-    const GeneratedFamily& Family(size_t rows) {
-        if (!m_family || m_family->rowCount != rows) {
+    const GeneratedFamily& Family(size_t rows, FamilyShape shape = FamilyShape::Screws) {
+        if (!m_family || m_family->rowCount != rows || m_family->shape != shape) {
             m_evaluated.reset();
             m_family.reset();
-            m_family = std::make_unique<GeneratedFamily>(GenerateFamily(rows));
+            m_family = std::make_unique<GeneratedFamily>(GenerateFamily(rows, shape));
+            if (shape != FamilyShape::Screws)
+                RecordHostCalls(*m_family);
         }
         return *m_family;
     }
@@ -255,8 +257,8 @@ double TimeHostAlone(const GeneratedFamily& family) {
 }
 
 // Counter `paired_parse_ms`: the bare parse, timed in the same iterations.
-void Open(benchmark::State& state, size_t rows) {
-    const GeneratedFamily& family = Workspace::Get().Family(rows);
+void Open(benchmark::State& state, size_t rows, FamilyShape shape) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows, shape);
     OpenFamily(family, std::wstring()); // warm-up
     double parse = 0.0;
     int iteration = 0;
@@ -280,8 +282,8 @@ void Open(benchmark::State& state, size_t rows) {
 
 // Counters `open_ms` (the open before the evaluation) and `paired_baseline_ms` (bare parse and
 // walk plus the host alone, timed in the same iterations).
-void FirstEvaluation(benchmark::State& state, size_t rows) {
-    const GeneratedFamily& family = Workspace::Get().Family(rows);
+void FirstEvaluation(benchmark::State& state, size_t rows, FamilyShape shape) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows, shape);
     CellTally tally;
     double open = 0.0, baseline = 0.0;
     int iteration = 0;
@@ -761,6 +763,17 @@ void Register(const char* name, size_t rows, BenchmarkFunction function, int ite
         ->Unit(unit);
 }
 
+using ShapedFunction = void (*)(benchmark::State&, size_t, FamilyShape);
+
+void Register(const char* name, size_t rows, ShapedFunction function, FamilyShape shape,
+              int iterations) {
+    const std::string fullName = std::string(name) + "/" + std::to_string(rows);
+    benchmark::RegisterBenchmark(fullName.c_str(), function, rows, shape)
+        ->Iterations(iterations)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+}
+
 void RegisterAll(const std::vector<size_t>& sizes) {
     for (size_t rows : sizes) {
         const Schedule schedule = ScheduleFor(rows);
@@ -768,8 +781,9 @@ void RegisterAll(const std::vector<size_t>& sizes) {
         Register("Baseline/ParseWalk", rows, BareParseWalk, schedule.heavy);
         Register("Baseline/HostAlone", rows, HostAlone, schedule.heavy);
         Register("Baseline/Free", rows, BareFree, schedule.heavy);
-        Register("Torvex/Open", rows, Open, schedule.heavy);
-        Register("Torvex/FirstEvaluation", rows, FirstEvaluation, schedule.heavy);
+        Register("Torvex/Open", rows, Open, FamilyShape::Screws, schedule.heavy);
+        Register("Torvex/FirstEvaluation", rows, FirstEvaluation, FamilyShape::Screws,
+                 schedule.heavy);
         Register("Torvex/SecondLanguageRead", rows, SecondLanguageRead, schedule.heavy);
         Register("Torvex/EvaluatedExport", rows, EvaluatedExport, schedule.heavy);
         Register("Torvex/WarmRead", rows, WarmRead, schedule.warm);
@@ -777,9 +791,13 @@ void RegisterAll(const std::vector<size_t>& sizes) {
         Register("Torvex/Close", rows, Close, schedule.heavy);
         Register("Torvex/CloseSave", rows, CloseSave, schedule.heavy);
         Register("Torvex/OpenLoad", rows, OpenLoad, schedule.heavy);
+        // The second shape, formulas over literals, where the evaluation dominates.
+        Register("Chains/Open", rows, Open, FamilyShape::Chains, schedule.heavy);
+        Register("Chains/FirstEvaluation", rows, FirstEvaluation, FamilyShape::Chains,
+                 schedule.heavy);
     }
-    // Growth in pairs, after the sizes: from each size to the next one of 1,000, 10,000 and
-    // 50,000 that is run.
+    // Growth in pairs, after the sizes: from 1,000 to 10,000 rows, and from 10,000 to 50,000 and
+    // to 100,000, where those sizes are run.
     static const std::pair<const char*, Step> kSteps[] = {
         {"Open", Step::Open},
         {"FirstEvaluation", Step::FirstEvaluation},
@@ -788,7 +806,8 @@ void RegisterAll(const std::vector<size_t>& sizes) {
         {"Close", Step::Close},
         {"CloseSave", Step::CloseSave},
         {"OpenLoad", Step::OpenLoad}};
-    for (const auto& [smaller, larger] : {std::pair<size_t, size_t>{1000, 10000}, {10000, 50000}}) {
+    for (const auto& [smaller, larger] :
+         {std::pair<size_t, size_t>{1000, 10000}, {10000, 50000}, {10000, 100000}}) {
         if (std::find(sizes.begin(), sizes.end(), smaller) == sizes.end() ||
             std::find(sizes.begin(), sizes.end(), larger) == sizes.end())
             continue;
@@ -861,7 +880,7 @@ bool ParseSizes(const char* text, std::vector<size_t>& sizes) {
 
 int main(int argc, char** argv) {
     using namespace torvex::bench;
-    std::vector<size_t> sizes = {100, 1000, 10000, 50000};
+    std::vector<size_t> sizes = {100, 1000, 10000, 50000, 100000};
     std::vector<size_t> graphSizes = {1000, 10000, 50000};
     std::vector<char*> rest = {argv[0]};
     for (int i = 1; i < argc; ++i) {
