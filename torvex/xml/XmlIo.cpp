@@ -2,6 +2,7 @@
 
 #include <libxml/encoding.h>
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/xmlsave.h>
 
 #include <climits>
@@ -58,6 +59,46 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
     }
     // Content is UTF-8 inside; a named encoding also keeps the serialiser from turning
     // non-ASCII characters of attribute values into character references.
+    doc->encoding = xmlStrdup(X("UTF-8"));
+    return doc;
+}
+
+// Wide text parsed without a UTF-8 copy of the whole: it goes to the parser in pieces, each
+// converted as it is pushed, so that a large document is never held twice while it is read.
+xmlDocPtr ParseWide(std::wstring_view text, int options) {
+    QuietErrors quiet;
+    xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr);
+    if (ctxt == nullptr) {
+        return nullptr;
+    }
+    ctxt->sax->internalSubset = RefuseDocumentType;
+    ctxt->sax->serror = IgnoreError;
+    xmlCtxtUseOptions(ctxt, options);
+    xmlSwitchEncoding(ctxt, XML_CHAR_ENCODING_UTF8);
+    constexpr size_t kPiece = 1 << 15; // characters converted and pushed at a time
+    std::string piece;
+    bool pushed = true;
+    for (size_t at = 0; pushed && at < text.size(); at += kPiece) {
+        piece = platform::ToUtf8(text.substr(at, kPiece));
+        pushed =
+            xmlParseChunk(ctxt, piece.data(), static_cast<int>(piece.size()), 0) == XML_ERR_OK &&
+            ctxt->wellFormed != 0;
+    }
+    if (pushed) {
+        xmlParseChunk(ctxt, nullptr, 0, 1);
+    }
+    xmlDocPtr doc = ctxt->myDoc;
+    ctxt->myDoc = nullptr;
+    const bool ok = pushed && doc != nullptr && ctxt->wellFormed != 0;
+    xmlFreeParserCtxt(ctxt);
+    if (!ok) {
+        xmlFreeDoc(doc);
+        return nullptr;
+    }
+    if (doc->encoding != nullptr &&
+        (doc->dict == nullptr || xmlDictOwns(doc->dict, doc->encoding) != 1)) {
+        xmlFree(const_cast<xmlChar*>(doc->encoding));
+    }
     doc->encoding = xmlStrdup(X("UTF-8"));
     return doc;
 }
@@ -241,8 +282,7 @@ ParseResult ParseText(const wchar_t* text) {
     if (!view.empty() && view.front() == L'\xFEFF') {
         view.remove_prefix(1);
     }
-    std::string bytes = platform::ToUtf8(view);
-    result.doc = Parse(bytes, "UTF-8", kParseOptions | XML_PARSE_IGNORE_ENC);
+    result.doc = ParseWide(view, kParseOptions | XML_PARSE_IGNORE_ENC);
     if (result.doc != nullptr) {
         result.hasDeclaration = ExtractDeclaration(view, result.declaration);
     }
