@@ -400,6 +400,7 @@ size_t GeneratedFamily::Utf8Bytes() const {
 GeneratedFamily GenerateFamily(size_t rows) {
     GeneratedFamily family;
     family.rowCount = rows;
+    family.internalName = Guid(rows, 3);
     for (const ColumnDefinition& column : kColumns)
         family.columnIds.push_back(column.id);
     family.rowIds.reserve(rows);

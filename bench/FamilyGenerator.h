@@ -34,6 +34,7 @@ struct HostCall {
 /// Everything a benchmark needs of one generated family.
 struct GeneratedFamily {
     size_t rowCount = 0;
+    std::wstring internalName; // of the family, as its root says
     std::wstring familyXml;
     WideStringList stringDocuments; // en-US first (the actual language), then de-DE
     std::string familyUtf8;
