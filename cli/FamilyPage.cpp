@@ -131,8 +131,11 @@ size_t FamilyPage::WriteMembers(HtmlWriter& out, const SiteText& text) const {
     std::unordered_map<WideString, size_t> position;
     for (size_t c = 0; c < columns_.size(); ++c) {
         position.emplace(columns_[c].id, c);
-        if (columns_[c].hidden)
-            hiddenCells += (hiddenCells.empty() ? "" : " ") + std::to_string(c + 1);
+        if (columns_[c].hidden) {
+            if (!hiddenCells.empty())
+                hiddenCells += ' ';
+            hiddenCells += std::to_string(c + 1);
+        }
     }
 
     out.Raw("<section id=\"members\"><h2>").Text(text.members);

@@ -26,10 +26,10 @@ std::string FindOnPath(const std::string& program) {
         size_t end = directories.find(':', start);
         if (end == std::string::npos)
             end = directories.size();
-        std::string directory = directories.substr(start, end - start);
-        if (directory.empty())
-            directory = ".";
-        const std::string candidate = directory + "/" + program;
+        // An empty entry is the working directory.
+        std::string candidate = end > start ? directories.substr(start, end - start) : ".";
+        candidate += '/';
+        candidate += program;
         struct stat info;
         if (::stat(candidate.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
             ::access(candidate.c_str(), X_OK) == 0)

@@ -398,10 +398,14 @@ int RunSite(const SiteOptions& options, std::ostream& out, std::ostream& err) {
     std::vector<size_t> failedFamilies;
     for (size_t f = 0; f < families.size(); ++f) {
         bool failed = false;
+        std::vector<std::string> said; // a family that fails, fails alike in every language
         for (size_t l = 0; l < languages; ++l) {
             const UnitResult& result = results[f * languages + l];
-            for (const std::string& message : result.messages)
-                err << message << '\n';
+            for (const std::string& message : result.messages) {
+                if (std::find(said.begin(), said.end(), message) == said.end())
+                    err << message << '\n';
+                said.push_back(message);
+            }
             pages += result.written;
             writeFailed |= !result.written;
             failed |= !result.opened;

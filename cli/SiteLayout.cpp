@@ -31,8 +31,12 @@ std::string SiteLayout::AddFamily(const std::string& folder) {
 }
 
 std::string SiteLayout::Suffix(size_t language) const {
-    return language == 0 || language >= languages_.size() ? std::string()
-                                                          : "." + Clean(languages_[language]);
+    std::string suffix;
+    if (language > 0 && language < languages_.size()) {
+        suffix += '.';
+        suffix += Clean(languages_[language]);
+    }
+    return suffix;
 }
 
 std::string SiteLayout::IndexFile(size_t language) const {
