@@ -47,7 +47,8 @@ void IndexPage::Write(HtmlWriter& out, const std::vector<TocTree::Event>& events
             "aria-controls=\"family-tree\" data-count=\"family-count\"");
     out.Attribute("placeholder", text.filterFamilies).Attribute("aria-label", text.filterFamilies);
     out.Raw("><output id=\"family-count\" class=\"count\" for=\"family-filter\"></output></div>\n");
-    out.Raw("<nav class=\"tree\" id=\"family-tree\">\n<ul>\n");
+    out.Raw("<nav class=\"tree\" id=\"family-tree\"").Attribute("aria-label", text.catalogue);
+    out.Raw(">\n<ul>\n");
     // A category's list holds its families, then its subcategories.
     for (const TocTree::Event& event : events) {
         switch (event.kind) {
