@@ -184,7 +184,14 @@ std::string_view SiteAssets::Script() {
     });
     var query = new URLSearchParams(window.location.search).get('q');
     if (query) input.value = query;
-    apply();
+    if (input.value) {
+      apply();
+    } else if (count) {
+      // Nothing to narrow yet: a long table's texts are gathered at the first keystroke.
+      var total = target.tagName === 'TABLE' ? target.tBodies[0].rows.length
+                                             : target.querySelectorAll('li.family').length;
+      count.textContent = total + ' / ' + total;
+    }
   }
 
   document.querySelectorAll('input[data-filter]').forEach(setUp);
