@@ -11,16 +11,12 @@
 #include <algorithm>
 
 namespace torvex::cli {
-namespace {
-
 WideString LanguageOf(const std::wstring& stringDocument) {
     XMLParser parser(stringDocument.c_str());
     WideString language;
     parser.GetRootNode().GetProperty(L"xml:lang", language);
     return language;
 }
-
-} // namespace
 
 std::string Narrow(const WideString& text) {
     return platform::ToUtf8(text);

@@ -31,6 +31,9 @@ make_locale() { # $1: a name as /etc/locale.gen writes it, e.g. de_DE.UTF-8
 }
 make_locale de_DE.UTF-8
 export TORVEX_REQUIRE_LOCALES=1
+# The site's end-to-end test opens pages in headless Chromium (deps.sh installs it); here it fails
+# when Chromium is missing instead of skipping itself.
+export TORVEX_REQUIRE_BROWSER=1
 
 build=build/asan
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTORVEX_SANITIZE=ON -DTORVEX_BUILD_TESTS=ON
