@@ -34,20 +34,16 @@ void RefuseDocumentType(void* ctx, const xmlChar*, const xmlChar*, const xmlChar
     ctxt->wellFormed = 0;
 }
 
-xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
-    if (bytes.size() > static_cast<size_t>(INT_MAX)) {
-        return nullptr;
-    }
-    QuietErrors quiet;
-    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
-    if (ctxt == nullptr) {
-        return nullptr;
-    }
+// The parser's callbacks for any document: no document type, no messages.
+void GuardContext(xmlParserCtxtPtr ctxt) {
     ctxt->sax->internalSubset = RefuseDocumentType;
     ctxt->sax->serror = IgnoreError;
-    xmlDocPtr doc = xmlCtxtReadMemory(ctxt, bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                                      encoding, options);
-    bool ok = doc != nullptr && ctxt->wellFormed != 0;
+}
+
+// The document a parse made, when it was well formed (null otherwise, and it is freed), marked
+// as UTF-8. The context is freed.
+xmlDocPtr TakeDocument(xmlParserCtxtPtr ctxt, xmlDocPtr doc, bool ok) {
+    ok = ok && doc != nullptr && ctxt->wellFormed != 0;
     xmlFreeParserCtxt(ctxt);
     if (!ok) {
         xmlFreeDoc(doc);
@@ -63,6 +59,21 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
     return doc;
 }
 
+xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
+    if (bytes.size() > static_cast<size_t>(INT_MAX)) {
+        return nullptr;
+    }
+    QuietErrors quiet;
+    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
+    if (ctxt == nullptr) {
+        return nullptr;
+    }
+    GuardContext(ctxt);
+    xmlDocPtr doc = xmlCtxtReadMemory(ctxt, bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                      encoding, options);
+    return TakeDocument(ctxt, doc, true);
+}
+
 // Wide text parsed without a UTF-8 copy of the whole: it goes to the parser in pieces, each
 // converted as it is pushed, so that a large document is never held twice while it is read.
 xmlDocPtr ParseWide(std::wstring_view text, int options) {
@@ -71,8 +82,7 @@ xmlDocPtr ParseWide(std::wstring_view text, int options) {
     if (ctxt == nullptr) {
         return nullptr;
     }
-    ctxt->sax->internalSubset = RefuseDocumentType;
-    ctxt->sax->serror = IgnoreError;
+    GuardContext(ctxt);
     xmlCtxtUseOptions(ctxt, options);
     xmlSwitchEncoding(ctxt, XML_CHAR_ENCODING_UTF8);
     constexpr size_t kPiece = 1 << 15; // characters converted and pushed at a time
@@ -89,18 +99,7 @@ xmlDocPtr ParseWide(std::wstring_view text, int options) {
     }
     xmlDocPtr doc = ctxt->myDoc;
     ctxt->myDoc = nullptr;
-    const bool ok = pushed && doc != nullptr && ctxt->wellFormed != 0;
-    xmlFreeParserCtxt(ctxt);
-    if (!ok) {
-        xmlFreeDoc(doc);
-        return nullptr;
-    }
-    if (doc->encoding != nullptr &&
-        (doc->dict == nullptr || xmlDictOwns(doc->dict, doc->encoding) != 1)) {
-        xmlFree(const_cast<xmlChar*>(doc->encoding));
-    }
-    doc->encoding = xmlStrdup(X("UTF-8"));
-    return doc;
+    return TakeDocument(ctxt, doc, pushed);
 }
 
 bool IsSpace(wchar_t c) {
