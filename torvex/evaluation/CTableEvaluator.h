@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <set>
 #include <string_view>
 #include <tuple>
@@ -204,6 +205,8 @@ private:
     IEvaluatorProvider* m_provider = nullptr;
     std::unordered_map<OutcomeKey, Outcome, OutcomeKeyHash, OutcomeKeyEqual> m_outcomes;
     uint64_t m_outcomesChangeCount = 0; // the value cache's count the outcomes belong to
+    // Frames of finished cells, kept with the room of their texts for the next cells.
+    std::vector<std::unique_ptr<Frame>> m_framePool;
 };
 
 } // namespace torvex
