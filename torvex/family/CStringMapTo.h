@@ -106,10 +106,19 @@ public:
 
     /// True and a copy of the value in `out`; false and `out` untouched when the key is absent.
     bool Lookup(const wchar_t* key, V& out) const {
+        // The same key asked again (a row read column after column) is answered from the last
+        // hit, compared as written: the same text folds to the same key.
+        const wchar_t* text = key ? key : L"";
+        if (m_lastHit && m_lastKey == text) {
+            out = m_lastHit->value.value;
+            return true;
+        }
         const Node* node =
-            WithFoldedKey(key, [this](std::wstring_view folded) { return Find(folded); });
+            WithFoldedKey(text, [this](std::wstring_view folded) { return Find(folded); });
         if (!node)
             return false;
+        m_lastKey.assign(text);
+        m_lastHit = node;
         out = node->value.value;
         return true;
     }
@@ -122,6 +131,7 @@ public:
         Node* node = Find(folded);
         if (!node)
             return false;
+        m_lastHit = nullptr;
         Node** link = &m_buckets[node->value.bucket];
         while (*link != node)
             link = &(*link)->value.next;
@@ -134,6 +144,7 @@ public:
 
     /// Drops every entry and the bucket array; pointed-to objects are not released.
     void RemoveAll() {
+        m_lastHit = nullptr;
         m_buckets.clear();
         m_buckets.shrink_to_fit();
         m_table.Clear(); // entry after entry in memory, not chain after chain
@@ -209,6 +220,10 @@ private:
 
     std::vector<Node*> m_buckets;
     Table m_table;
+    // The last key found by Lookup, as written, and its entry (entries stay where they are
+    // until removed).
+    mutable WideString m_lastKey;
+    mutable const Node* m_lastHit = nullptr;
 };
 
 } // namespace torvex
