@@ -37,6 +37,7 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
     if (bytes.size() > static_cast<size_t>(INT_MAX)) {
         return nullptr;
     }
+    InitLibrary();
     QuietErrors quiet;
     xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
     if (ctxt == nullptr) {
