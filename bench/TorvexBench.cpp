@@ -28,12 +28,14 @@
 #include <time.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace torvex::bench {
@@ -732,6 +734,79 @@ void RegisterGraphs(const std::vector<size_t>& sizes) {
     }
 }
 
+// ---- Several families on several threads ----
+//
+// A host evaluates many families, each on one thread at a time, different families on different
+// threads at once. kThreadFamilies families of the same size are each opened, read cell by cell
+// and closed, on one thread and then shared out among two, in the same iterations and in
+// alternating order; the counters `one_thread_ms` and `two_threads_ms` are the mean wall-clock
+// times of the whole set, `speedup` their ratio. Wall clock whatever --wall-clock says: the
+// threads' CPU times add up to at least the time on one thread.
+
+constexpr size_t kThreadFamilies = 8;
+
+double WallSeconds() {
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+// Seconds for opening, evaluating and closing `count` families on `threads` threads, each thread
+// taking the next family when it is done with one; `ok` turns false when a family's cells gave
+// other results than `expected`, those of the family alone.
+double TimeFamiliesOnThreads(const GeneratedFamily& family, size_t count, unsigned threads,
+                             const CellTally& expected, bool& ok) {
+    std::atomic<size_t> next{0};
+    std::atomic<bool> same{true};
+    auto work = [&] {
+        while (next.fetch_add(1) < count) {
+            std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+            const CellTally tally = ReadAllCells(*opened);
+            if (tally.byResult != expected.byResult || tally.characters != expected.characters)
+                same = false;
+        }
+    };
+    const double start = WallSeconds();
+    std::vector<std::thread> pool;
+    for (unsigned t = 1; t < threads; ++t)
+        pool.emplace_back(work);
+    work();
+    for (std::thread& thread : pool)
+        thread.join();
+    const double seconds = WallSeconds() - start;
+    ok = ok && same;
+    return seconds;
+}
+
+void FamiliesOnThreads(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    const CellTally expected = ReadAllCells(*OpenFamily(family, std::wstring()));
+    bool ok = expected.Cells() > 0;
+    TimeFamiliesOnThreads(family, 2, 2, expected, ok); // warm-up
+    double one = 0.0, two = 0.0;
+    int iteration = 0;
+    for (auto _ : state) {
+        const bool oneFirst = iteration++ % 2 == 0;
+        if (oneFirst)
+            one += TimeFamiliesOnThreads(family, kThreadFamilies, 1, expected, ok);
+        const double seconds = TimeFamiliesOnThreads(family, kThreadFamilies, 2, expected, ok);
+        two += seconds;
+        if (!oneFirst)
+            one += TimeFamiliesOnThreads(family, kThreadFamilies, 1, expected, ok);
+        state.SetIterationTime(seconds);
+    }
+    if (!ok) {
+        state.SkipWithError("a family evaluated beside another gave other results than alone");
+        return;
+    }
+    state.counters["families"] = static_cast<double>(kThreadFamilies);
+    if (iteration > 0) {
+        state.counters["one_thread_ms"] = one * 1e3 / iteration;
+        state.counters["two_threads_ms"] = two * 1e3 / iteration;
+        state.counters["speedup"] = two > 0.0 ? one / two : 0.0;
+    }
+}
+
 void Memory(benchmark::State& state, size_t rows) {
     MemoryFigures figures;
     for (auto _ : state) {
@@ -821,8 +896,15 @@ void RegisterAll(const std::vector<size_t>& sizes) {
                 ->Unit(benchmark::kMillisecond);
         }
     }
-    // Peak memory is measured once, at the largest size.
+    // Several families on two threads, at 10,000 rows (or the largest size below).
     const size_t largest = *std::max_element(sizes.begin(), sizes.end());
+    size_t threaded = 0;
+    for (size_t rows : sizes)
+        if (rows <= 10000)
+            threaded = std::max(threaded, rows);
+    if (threaded > 0)
+        Register("Threads/Families", threaded, FamiliesOnThreads, 3);
+    // Peak memory is measured once, at the largest size.
     Register("Memory", largest, Memory, 1, benchmark::kSecond);
 }
 
