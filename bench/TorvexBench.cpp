@@ -33,6 +33,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -741,69 +742,97 @@ void RegisterGraphs(const std::vector<size_t>& sizes) {
 // and closed, on one thread and then shared out among two, in the same iterations and in
 // alternating order; the counters `one_thread_ms` and `two_threads_ms` are the mean wall-clock
 // times of the whole set, `speedup` their ratio. Wall clock whatever --wall-clock says: the
-// threads' CPU times add up to at least the time on one thread.
+// threads' CPU times add up to at least the time on one thread. Beside them, in the same
+// iterations, libxml2 alone parses and walks the same texts as often on one thread and on two
+// (`baseline_speedup`): what the machine gives two threads of such work at that moment. And
+// `cpu_ratio`, the process's CPU time on two threads over that on one, tells on a busy machine
+// too what running side by side costs in extra work (1 when nothing is shared).
 
 constexpr size_t kThreadFamilies = 8;
 
-double WallSeconds() {
+double Seconds(clockid_t clock) {
     timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
+    clock_gettime(clock, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-// Seconds for opening, evaluating and closing `count` families on `threads` threads, each thread
-// taking the next family when it is done with one; `ok` turns false when a family's cells gave
-// other results than `expected`, those of the family alone.
-double TimeFamiliesOnThreads(const GeneratedFamily& family, size_t count, unsigned threads,
-                             const CellTally& expected, bool& ok) {
+struct SetTimes {
+    double wall = 0.0;
+    double cpu = 0.0; // of the whole process
+
+    void Add(const SetTimes& other) {
+        wall += other.wall;
+        cpu += other.cpu;
+    }
+};
+
+// Times `job` run `count` times on `threads` threads, each thread taking the next run when it is
+// done with one.
+SetTimes TimeOnThreads(size_t count, unsigned threads, const std::function<void()>& job) {
     std::atomic<size_t> next{0};
-    std::atomic<bool> same{true};
     auto work = [&] {
-        while (next.fetch_add(1) < count) {
-            std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
-            const CellTally tally = ReadAllCells(*opened);
-            if (tally.byResult != expected.byResult || tally.characters != expected.characters)
-                same = false;
-        }
+        while (next.fetch_add(1) < count)
+            job();
     };
-    const double start = WallSeconds();
+    const double wallStart = Seconds(CLOCK_MONOTONIC);
+    const double cpuStart = Seconds(CLOCK_PROCESS_CPUTIME_ID);
     std::vector<std::thread> pool;
     for (unsigned t = 1; t < threads; ++t)
         pool.emplace_back(work);
     work();
     for (std::thread& thread : pool)
         thread.join();
-    const double seconds = WallSeconds() - start;
-    ok = ok && same;
-    return seconds;
+    SetTimes times;
+    times.wall = Seconds(CLOCK_MONOTONIC) - wallStart;
+    times.cpu = Seconds(CLOCK_PROCESS_CPUTIME_ID) - cpuStart;
+    return times;
 }
 
 void FamiliesOnThreads(benchmark::State& state, size_t rows) {
     const GeneratedFamily& family = Workspace::Get().Family(rows);
     const CellTally expected = ReadAllCells(*OpenFamily(family, std::wstring()));
-    bool ok = expected.Cells() > 0;
-    TimeFamiliesOnThreads(family, 2, 2, expected, ok); // warm-up
-    double one = 0.0, two = 0.0;
+    // Every family, on whichever thread, must give what the family gives alone.
+    std::atomic<bool> same{expected.Cells() > 0};
+    auto evaluate = [&] {
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+        const CellTally tally = ReadAllCells(*opened);
+        if (tally.byResult != expected.byResult || tally.characters != expected.characters)
+            same = false;
+    };
+    auto parse = [&] {
+        BareDocuments documents;
+        documents.Parse(family);
+        benchmark::DoNotOptimize(documents.WalkCells());
+    };
+    TimeOnThreads(2, 2, evaluate); // warm-up
+    SetTimes one, two, bareOne, bareTwo;
     int iteration = 0;
     for (auto _ : state) {
         const bool oneFirst = iteration++ % 2 == 0;
-        if (oneFirst)
-            one += TimeFamiliesOnThreads(family, kThreadFamilies, 1, expected, ok);
-        const double seconds = TimeFamiliesOnThreads(family, kThreadFamilies, 2, expected, ok);
-        two += seconds;
-        if (!oneFirst)
-            one += TimeFamiliesOnThreads(family, kThreadFamilies, 1, expected, ok);
-        state.SetIterationTime(seconds);
+        if (oneFirst) {
+            one.Add(TimeOnThreads(kThreadFamilies, 1, evaluate));
+            bareOne.Add(TimeOnThreads(kThreadFamilies, 1, parse));
+        }
+        const SetTimes times = TimeOnThreads(kThreadFamilies, 2, evaluate);
+        two.Add(times);
+        bareTwo.Add(TimeOnThreads(kThreadFamilies, 2, parse));
+        if (!oneFirst) {
+            one.Add(TimeOnThreads(kThreadFamilies, 1, evaluate));
+            bareOne.Add(TimeOnThreads(kThreadFamilies, 1, parse));
+        }
+        state.SetIterationTime(times.wall);
     }
-    if (!ok) {
+    if (!same) {
         state.SkipWithError("a family evaluated beside another gave other results than alone");
         return;
     }
     state.counters["families"] = static_cast<double>(kThreadFamilies);
-    if (iteration > 0) {
-        state.counters["one_thread_ms"] = one * 1e3 / iteration;
-        state.counters["two_threads_ms"] = two * 1e3 / iteration;
-        state.counters["speedup"] = two > 0.0 ? one / two : 0.0;
+    if (iteration > 0 && two.wall > 0.0 && one.cpu > 0.0 && bareTwo.wall > 0.0) {
+        state.counters["one_thread_ms"] = one.wall * 1e3 / iteration;
+        state.counters["two_threads_ms"] = two.wall * 1e3 / iteration;
+        state.counters["speedup"] = one.wall / two.wall;
+        state.counters["cpu_ratio"] = two.cpu / one.cpu;
+        state.counters["baseline_speedup"] = bareOne.wall / bareTwo.wall;
     }
 }
 
