@@ -16,7 +16,7 @@ struct BatchFamily {
     std::string error;
 };
 
-/// Whether the words name several families: more than one word, or a folder.
+/// Whether the words name several families: more than one word, or a folder. Never fails.
 bool NamesSeveralFamilies(const std::vector<std::string>& words);
 
 /// The families that the words name, in their order: a family document as it is, a folder as
