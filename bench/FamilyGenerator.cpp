@@ -482,6 +482,7 @@ GeneratedFamily GenerateFamily(size_t rows, FamilyShape shape) {
     GeneratedFamily family;
     family.shape = shape;
     family.rowCount = rows;
+    family.internalName = Guid(rows, shape == FamilyShape::Chains ? 5 : 3);
     family.rowIds.reserve(rows);
     for (size_t i = 0; i < rows; ++i)
         family.rowIds.push_back(Guid(i, 1));

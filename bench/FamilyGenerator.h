@@ -48,6 +48,7 @@ struct HostCall {
 struct GeneratedFamily {
     FamilyShape shape = FamilyShape::Screws;
     size_t rowCount = 0;
+    std::wstring internalName; // of the family, as its root says
     std::wstring familyXml;
     WideStringList stringDocuments; // en-US first (the actual language), then de-DE
     std::string familyUtf8;

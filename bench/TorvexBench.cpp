@@ -7,6 +7,9 @@
 //   --graph-sizes=1000    column counts of the graph shapes (default 1000,10000,50000)
 //   --write-graph-family=SHAPE:COLUMNS FILE
 //                         write a graph family (GraphFamilyGenerator.h) as UTF-8 XML and leave
+//   --write-family=ROWS DIR
+//                         write a one-family catalogue (DIR/toc.xml, DIR/bench/Family.xml and
+//                         its two string documents) of the generated family and leave
 //   --wall-clock          time the steps by the wall clock, not by the thread's CPU time
 //   --show-cells=ROWS     print the first rows' values and results and leave
 //   --memory-child=...    internal: the body of a memory child process
@@ -967,6 +970,51 @@ int WriteGraphFamily(const std::string& argument, const char* path) {
     return 0;
 }
 
+constexpr const char* kWriteFamilyFlag = "--write-family=";
+
+// --write-family=ROWS DIR: writes the generated family of ROWS rows as a catalogue of one family,
+// laid out as examples/ is, for trying the command-line tool on it (torvex table, torvex site).
+// 0, or 2 for bad arguments or a file that can't be written.
+int WriteFamilyCatalogue(const std::string& argument, const char* dir) {
+    char* end = nullptr;
+    const unsigned long rows = std::strtoul(argument.c_str(), &end, 10);
+    if (!dir || rows == 0 || !end || *end) {
+        std::fprintf(stderr, "usage: torvex_bench %sROWS DIR (ROWS at least 1)\n",
+                     kWriteFamilyFlag);
+        return 2;
+    }
+    const GeneratedFamily family = GenerateFamily(rows);
+    const std::filesystem::path root(dir);
+    std::error_code code;
+    std::filesystem::create_directories(root / "bench", code);
+    const std::string id = platform::ToUtf8(family.internalName);
+    const std::string toc =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<TableOfContents>\n  <Families>\n"
+        "    <Family InternalName=\"" +
+        id + "\" DisplayName=\"Benchmark screws " + std::to_string(rows) +
+        "\" Standard=\"ISO 4762\" StandardsOrg=\"ISO\" Manufacturer=\"Torvex Samples\" "
+        "FolderName=\"bench\"/>\n  </Families>\n  <Categories>\n"
+        "    <Category InternalName=\"41e9806d-9023-5df4-8199-5288187afd7a\" "
+        "DisplayName=\"Fasteners\" Hidden=\"false\">\n"
+        "      <FamilyReference InternalName=\"" +
+        id +
+        "\"/>\n    </Category>\n"
+        "  </Categories>\n</TableOfContents>\n";
+    const std::pair<std::filesystem::path, const std::string*> files[] = {
+        {root / "toc.xml", &toc},
+        {root / "bench" / "Family.xml", &family.familyUtf8},
+        {root / "bench" / "FamilyStrings.EN-US.xml", &family.stringDocumentsUtf8[0]},
+        {root / "bench" / "FamilyStrings.DE-DE.xml", &family.stringDocumentsUtf8[1]},
+    };
+    for (const auto& [path, text] : files) {
+        if (code || !platform::WriteFileBytes(platform::FromUtf8(path.string()), *text)) {
+            std::fprintf(stderr, "cannot write %s\n", path.string().c_str());
+            return 2;
+        }
+    }
+    return 0;
+}
+
 // "100,1000" into sizes; false for anything else.
 bool ParseSizes(const char* text, std::vector<size_t>& sizes) {
     sizes.clear();
@@ -1001,6 +1049,9 @@ int main(int argc, char** argv) {
         if (argument.rfind(kWriteGraphFamilyFlag, 0) == 0)
             return WriteGraphFamily(argument.substr(std::strlen(kWriteGraphFamilyFlag)),
                                     i + 1 < argc ? argv[i + 1] : nullptr);
+        if (argument.rfind(kWriteFamilyFlag, 0) == 0)
+            return WriteFamilyCatalogue(argument.substr(std::strlen(kWriteFamilyFlag)),
+                                        i + 1 < argc ? argv[i + 1] : nullptr);
         if (argument.rfind("--show-cells=", 0) == 0) {
             WarmUpHost();
             return ShowCells(std::strtoul(argument.c_str() + 13, nullptr, 10), 3);

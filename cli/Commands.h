@@ -97,6 +97,15 @@ struct TocOptions {
     std::string familiesDir;     // also check which listed families have a document here
 };
 
+struct SiteOptions {
+    std::string catalogueDir;           // holds toc.xml and a folder per family
+    std::string outputDir;              // where the pages go
+    std::vector<std::string> languages; // the site's languages, the first the default; empty: all
+    std::string materials;              // materials table for the provider; empty: none
+    size_t jobs = 0;                    // families evaluated at once; 0: one per core
+    std::string format = "text";        // of the summary: text or json
+};
+
 /// `torvex show`: columns and raw rows. 0, or 1 when the family does not open.
 int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex table`: every cell evaluated, of one family or of several in the order given. 0, 1
@@ -135,5 +144,10 @@ int RunMapping(const MappingOptions& options, std::ostream& out, std::ostream& e
 /// the document does not open, the family is unknown or (--families) a listed family has no
 /// family document.
 int RunToc(const TocOptions& options, std::ostream& out, std::ostream& err);
+
+/// `torvex site`: a static web catalogue, an index per language and a page per family and
+/// language. 0, 1 when the catalogue can't be read, a page can't be written or a family does
+/// not open (its page then says why and the rest is written), 2 for a usage error.
+int RunSite(const SiteOptions& options, std::ostream& out, std::ostream& err);
 
 } // namespace torvex::cli

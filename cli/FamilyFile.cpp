@@ -14,7 +14,6 @@
 #include <filesystem>
 
 namespace torvex::cli {
-namespace {
 
 WideString LanguageOf(const std::wstring& stringDocument) {
     XMLParser parser(stringDocument.c_str());
@@ -22,6 +21,8 @@ WideString LanguageOf(const std::wstring& stringDocument) {
     parser.GetRootNode().GetProperty(L"xml:lang", language);
     return language;
 }
+
+namespace {
 
 // The FamilyStrings/File name of a family document; empty when it has none.
 WideString NamedStringsFile(const std::wstring& familyText) {

@@ -41,6 +41,9 @@ std::unique_ptr<CEncapFamily> OpenFamily(const FamilyInput& input,
                                          std::unique_ptr<IEvaluatorProvider> provider,
                                          std::string& error);
 
+/// The xml:lang of a string document's root; empty when it has none or does not parse.
+WideString LanguageOf(const std::wstring& stringDocument);
+
 /// The row's own Cell text for the column, or the column-wide value that rows without one share.
 WideString RawCellText(CEncapFamilyRow& row, const WideString& columnId,
                        const WideString& columnwideValue);

@@ -1,14 +1,11 @@
 #include "RunInOrder.h"
 
 #include "Commands.h"
+#include "WorkerPool.h"
 
-#include <algorithm>
-#include <atomic>
-#include <condition_variable>
 #include <exception>
 #include <mutex>
-#include <system_error>
-#include <thread>
+#include <optional>
 #include <vector>
 
 namespace torvex::cli {
@@ -28,46 +25,28 @@ JobOutput RunGuarded(const std::function<JobOutput(size_t)>& job, size_t index) 
 
 void RunInOrder(size_t count, unsigned threads, const std::function<JobOutput(size_t)>& job,
                 const std::function<void(size_t, JobOutput&)>& emit) {
-    struct Shared {
-        std::mutex mutex;
-        std::condition_variable finished;
-        std::vector<JobOutput> outputs;
-        std::vector<bool> done;
-        std::atomic<size_t> next{0};
-    } shared;
-    shared.outputs.resize(count);
-    shared.done.resize(count, false);
-
-    std::vector<std::jthread> workers;
-    if (threads > 1 && count > 1) {
-        const size_t wanted = std::min<size_t>(threads, count);
-        for (size_t w = 0; w < wanted; ++w) {
+    std::mutex mutex;
+    std::vector<std::optional<JobOutput>> outputs(count);
+    size_t first = 0; // the first job not handed to emit yet
+    std::exception_ptr failure;
+    WorkerPool::Run(threads, count, [&](size_t i) {
+        JobOutput output = RunGuarded(job, i);
+        std::lock_guard<std::mutex> lock(mutex);
+        outputs[i] = std::move(output);
+        // The thread that finishes the first job still held back hands it on, and every one
+        // after it that is done too.
+        while (!failure && first < count && outputs[first]) {
             try {
-                workers.emplace_back([&shared, &job, count] {
-                    for (size_t i; (i = shared.next.fetch_add(1)) < count;) {
-                        JobOutput output = RunGuarded(job, i);
-                        std::lock_guard<std::mutex> lock(shared.mutex);
-                        shared.outputs[i] = std::move(output);
-                        shared.done[i] = true;
-                        shared.finished.notify_all();
-                    }
-                });
-            } catch (const std::system_error&) {
-                break; // no more threads to be had: those started do the work
+                emit(first, *outputs[first]);
+            } catch (...) {
+                failure = std::current_exception();
             }
+            outputs[first].reset();
+            ++first;
         }
-    }
-    for (size_t i = 0; i < count; ++i) {
-        JobOutput output;
-        if (workers.empty()) {
-            output = RunGuarded(job, i);
-        } else {
-            std::unique_lock<std::mutex> lock(shared.mutex);
-            shared.finished.wait(lock, [&] { return shared.done[i]; });
-            output = std::move(shared.outputs[i]);
-        }
-        emit(i, output);
-    }
+    });
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 } // namespace torvex::cli

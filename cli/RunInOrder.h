@@ -16,10 +16,10 @@ struct JobOutput {
 };
 
 /// Runs job(i) for every i below `count` on at most `threads` threads (on the calling thread
-/// alone for 1) and calls emit(i, output) on the calling thread in the order of i, each as soon
-/// as its job and all before it are done. A job that throws gives exit code 1 and a one-line
-/// message. Fewer threads are used when the system refuses more. Never fails otherwise; an
-/// exception from `emit` leaves after the running jobs have ended.
+/// alone for 1) and calls emit(i, output) in the order of i, one call at a time, each as soon as
+/// its job and all before it are done (on the thread that finished the last of them). A job that
+/// throws gives exit code 1 and a one-line message. Never fails otherwise; the first exception
+/// from `emit` stops the output and leaves once every job has ended.
 void RunInOrder(size_t count, unsigned threads, const std::function<JobOutput(size_t)>& job,
                 const std::function<void(size_t, JobOutput&)>& emit);
 

@@ -5,12 +5,12 @@
 
 #include "TextFile.h"
 #include "TextFormats.h"
+#include "TocTree.h"
 
 #include "torvex/platform/Utf16.h"
 #include "torvex/toc/CToc.h"
 #include "torvex/toc/CTocCategory.h"
 #include "torvex/toc/CTocFamily.h"
-#include "torvex/xml/ComError.h"
 #include "torvex/xml/XMLParser.h"
 
 #include <algorithm>
@@ -22,14 +22,6 @@
 namespace torvex::cli {
 namespace {
 
-// An attribute as UTF-8; nothing when absent.
-std::optional<std::string> Attribute(const XMLNode& node, const wchar_t* name) {
-    WideString value;
-    if (!node.GetProperty(name, value))
-        return std::nullopt;
-    return Narrow(value);
-}
-
 std::string JsonOrNull(const std::optional<std::string>& text) {
     return text ? JsonString(*text) : "null";
 }
@@ -38,30 +30,9 @@ std::string Indent(size_t depth) {
     return std::string(2 * depth, ' ');
 }
 
-// What the tool shows of a family: its entry under Families, if it is listed.
-struct FamilyView {
-    std::string internalName;
-    bool listed = false;
-    std::optional<std::string> displayName, standard, manufacturer, folderName;
-
-    std::string Title() const {
-        return displayName && !displayName->empty() ? *displayName : internalName;
-    }
-};
-
-FamilyView ViewFamily(const CToc& toc, const WideString& internalName) {
-    FamilyView view;
-    view.internalName = Narrow(internalName);
-    CTocFamily family;
-    if (!toc.GetFamilyInfo(internalName.c_str(), family))
-        return view;
-    view.listed = true;
-    view.displayName = Attribute(family, L"DisplayName");
-    view.standard = Attribute(family, L"Standard");
-    view.manufacturer = Attribute(family, L"Manufacturer");
-    view.folderName = Attribute(family, L"FolderName");
-    return view;
-}
+using FamilyView = TocTree::Family;
+using CategoryView = TocTree::Category;
+using TreeEvent = TocTree::Event;
 
 std::string FamilyText(const FamilyView& family) {
     std::string text = family.Title();
@@ -85,22 +56,6 @@ std::string FamilyJson(const FamilyView& family) {
            ", \"listed\": " + (family.listed ? "true" : "false") + "}";
 }
 
-struct CategoryView {
-    std::optional<std::string> internalName, displayName;
-    bool hidden = false;
-
-    std::string Title() const {
-        if (displayName && !displayName->empty())
-            return *displayName;
-        return internalName ? *internalName : std::string("(unnamed category)");
-    }
-};
-
-CategoryView ViewCategory(const CTocCategory& category) {
-    return {Attribute(category, L"InternalName"), Attribute(category, L"DisplayName"),
-            category.IsHidden()};
-}
-
 std::string CategoryText(const CategoryView& category) {
     return category.Title() + (category.hidden ? " [hidden]" : "");
 }
@@ -109,53 +64,6 @@ std::string CategoryJsonFields(const CategoryView& category) {
     return "\"internalName\": " + JsonOrNull(category.internalName) +
            ", \"displayName\": " + JsonOrNull(category.displayName) +
            ", \"hidden\": " + (category.hidden ? "true" : "false");
-}
-
-// The tree, flattened into a walk: a category opens, its families follow, then its
-// subcategories, and it closes. Built with a stack of its own, so that no nesting, however deep,
-// recurses on the call stack.
-struct TreeEvent {
-    enum Kind { Open, Family, Close } kind;
-    CategoryView category;
-    FamilyView family;
-};
-
-std::vector<TreeEvent> WalkTree(const CToc& toc, bool skipHidden) {
-    std::vector<TreeEvent> events;
-    XMLNodeArray firstLevel;
-    toc.GetFirstLevelCategories(firstLevel);
-    struct Frame {
-        XMLNodeArray categories;
-        intptr_t next = 0;
-        bool closes = false; // the frame's categories are the subcategories of an open one
-    };
-    std::vector<Frame> stack;
-    stack.push_back({firstLevel, 0, false});
-    while (!stack.empty()) {
-        Frame& frame = stack.back();
-        if (frame.next == frame.categories.GetSize()) {
-            const bool closes = frame.closes;
-            stack.pop_back();
-            if (closes)
-                events.push_back({TreeEvent::Close, {}, {}});
-            continue;
-        }
-        const CTocCategory category(frame.categories[frame.next++]);
-        XMLNodeArray subcategories;
-        category.GetSubCategoryNodes(subcategories);
-        if (skipHidden && category.IsHidden()) {
-            // Left out; its subcategories are judged by their own Hidden and take its place.
-            stack.push_back({std::move(subcategories), 0, false});
-            continue;
-        }
-        events.push_back({TreeEvent::Open, ViewCategory(category), {}});
-        WideStringList families;
-        category.GetReferencedFamilies(families);
-        for (const WideString& family : families)
-            events.push_back({TreeEvent::Family, {}, ViewFamily(toc, family)});
-        stack.push_back({std::move(subcategories), 0, true});
-    }
-    return events;
 }
 
 void PrintTreeText(const std::vector<TreeEvent>& events, std::ostream& out) {
@@ -243,7 +151,9 @@ WideString FindFamily(CToc& toc, const CToc::FamilyCategoryMap& references, cons
     return WideString();
 }
 
-int PrintFamilyPath(CToc& toc, const TocOptions& options, std::ostream& out, std::ostream& err) {
+int PrintFamilyPath(TocTree& tree, const TocOptions& options, std::ostream& out,
+                    std::ostream& err) {
+    CToc& toc = tree.Toc();
     CToc::FamilyCategoryMap referencedAll, categories;
     toc.GetFam2CatMap(referencedAll, false);
     toc.GetFam2CatMap(categories, options.skipHidden);
@@ -253,7 +163,7 @@ int PrintFamilyPath(CToc& toc, const TocOptions& options, std::ostream& out, std
         err << "torvex: " << error << '\n';
         return kExitFailed;
     }
-    const FamilyView family = ViewFamily(toc, id);
+    const FamilyView family = tree.ViewFamily(id);
     // The path, leaf first as the table of contents gives it; shown from the top down.
     std::vector<CategoryView> path;
     const auto found = categories.find(id);
@@ -261,7 +171,7 @@ int PrintFamilyPath(CToc& toc, const TocOptions& options, std::ostream& out, std
         XMLNodeArray nodes;
         toc.GetCategoryPath(found->second.c_str(), nodes);
         for (intptr_t i = nodes.GetSize() - 1; i >= 0; --i)
-            path.push_back(ViewCategory(CTocCategory(nodes[i])));
+            path.push_back(TocTree::ViewCategory(CTocCategory(nodes[i])));
     }
     if (options.format == "json") {
         out << "{\n  \"toc\": " << JsonString(options.tocPath)
@@ -296,10 +206,7 @@ struct DocumentCheck {
 // that file is a document whose root has the family's InternalName.
 DocumentCheck CheckDocument(const std::filesystem::path& dir, FamilyView family) {
     DocumentCheck check{std::move(family), {}, "missing"};
-    const std::string folder = check.family.folderName && !check.family.folderName->empty()
-                                   ? *check.family.folderName
-                                   : check.family.internalName;
-    check.path = folder + "/Family.xml";
+    check.path = check.family.Folder() + "/Family.xml";
     std::wstring text;
     std::string ignored;
     if (!ReadDocument((dir / check.path).string(), text, ignored))
@@ -314,15 +221,10 @@ DocumentCheck CheckDocument(const std::filesystem::path& dir, FamilyView family)
     return check;
 }
 
-std::vector<DocumentCheck> CheckDocuments(CToc& toc, const std::filesystem::path& dir) {
+std::vector<DocumentCheck> CheckDocuments(TocTree& tree, const std::filesystem::path& dir) {
     std::vector<DocumentCheck> checks;
-    XMLNode node;
-    toc.ResetIter();
-    while (toc.NextNode(node)) {
-        WideString id;
-        CTocFamily(node).GetInternalName(id);
-        checks.push_back(CheckDocument(dir, ViewFamily(toc, id)));
-    }
+    for (const WideString& id : tree.ListedFamilies())
+        checks.push_back(CheckDocument(dir, tree.ViewFamily(id)));
     std::stable_sort(checks.begin(), checks.end(), [](const auto& a, const auto& b) {
         return a.family.Title() < b.family.Title();
     });
@@ -357,34 +259,13 @@ void PrintDocumentsJson(const std::vector<DocumentCheck>& checks, std::ostream& 
 } // namespace
 
 int RunToc(const TocOptions& options, std::ostream& out, std::ostream& err) {
-    std::wstring text;
+    TocTree tree;
     std::string error;
-    if (!ReadDocument(options.tocPath, text, error)) {
+    if (!tree.Load(options.tocPath, error)) {
         err << "torvex: " << error << '\n';
         return kExitFailed;
     }
-    XMLParser parser;
-    WideString rootName;
-    if (!parser.SetXml(text.c_str())) {
-        err << "torvex: " << options.tocPath
-            << " is not a table of contents (the XML does not parse)\n";
-        return kExitFailed;
-    }
-    parser.GetRootNode().GetNodeName(rootName);
-    if (rootName != L"TableOfContents") {
-        err << "torvex: " << options.tocPath << " is not a table of contents (its root is "
-            << Narrow(rootName) << ", not TableOfContents)\n";
-        return kExitFailed;
-    }
-    CToc toc;
-    try {
-        toc.SetToc(parser);
-    } catch (const ComError&) {
-        err << "torvex: " << options.tocPath
-            << " is not a table of contents (Families holds something other than elements, "
-               "such as a comment)\n";
-        return kExitFailed;
-    }
+    CToc& toc = tree.Toc();
     std::filesystem::path dir;
     if (!options.familiesDir.empty()) {
         std::error_code code;
@@ -397,12 +278,12 @@ int RunToc(const TocOptions& options, std::ostream& out, std::ostream& err) {
 
     const bool json = options.format == "json";
     if (!options.family.empty()) {
-        const int code = PrintFamilyPath(toc, options, out, err);
+        const int code = PrintFamilyPath(tree, options, out, err);
         if (code != kExitOk)
             return code;
     } else if (json) {
         out << "{\n  \"toc\": " << JsonString(options.tocPath) << ",\n  \"categories\": ";
-        PrintTreeJson(WalkTree(toc, options.skipHidden), out);
+        PrintTreeJson(tree.Walk(options.skipHidden), out);
     } else {
         int families = 0;
         XMLNode node;
@@ -412,12 +293,12 @@ int RunToc(const TocOptions& options, std::ostream& out, std::ostream& err) {
         out << options.tocPath << ": " << toc.GetCategoryCount() << " categories, " << families
             << " families listed" << (options.skipHidden ? ", hidden categories left out" : "")
             << "\n";
-        PrintTreeText(WalkTree(toc, options.skipHidden), out);
+        PrintTreeText(tree.Walk(options.skipHidden), out);
     }
 
     size_t missing = 0;
     if (!options.familiesDir.empty()) {
-        const std::vector<DocumentCheck> checks = CheckDocuments(toc, dir);
+        const std::vector<DocumentCheck> checks = CheckDocuments(tree, dir);
         for (const DocumentCheck& check : checks)
             missing += check.status != "found";
         if (json)

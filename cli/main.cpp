@@ -58,12 +58,11 @@ int main(int argc, char** argv) {
     using namespace torvex::cli;
     CLI::App app{"torvex: open, show and evaluate families of a catalogue of standard parts"};
     app.require_subcommand(1);
-    app.footer(
-        "Exit codes: 0 success; 1 a file cannot be read, a document does not open or "
-        "(check) a formula has a problem or (toc --families) a family document is "
-        "missing or (edit) an action is refused or the save fails; 2 usage error; 3 (table) a "
-        "cell failed to evaluate. With several families (table, check): 1 when one of them "
-        "gives 1, else 3 when one gives 3.");
+    app.footer("Exit codes: 0 success; 1 a file cannot be read, a document does not open or "
+               "(check) a formula has a problem or (toc --families) a family document is "
+               "missing or (site) a family does not open or (edit) an action is refused or the "
+               "save fails; 2 usage error; 3 (table) a cell failed to evaluate. With several "
+               "families (table, check): 1 when one of them gives 1, else 3 when one gives 3.");
 
     ShowOptions show;
     CLI::App* showCommand =
@@ -220,6 +219,34 @@ int main(int argc, char** argv) {
     IconOptions icon;
     CLI::App* iconCommand = AddIconCommand(app, icon);
 
+    SiteOptions site;
+    CLI::App* siteCommand = app.add_subcommand(
+        "site", "Write the catalogue as static web pages: an index of its categories and "
+                "families, and a page per family and language with every member evaluated");
+    siteCommand
+        ->add_option("catalogue", site.catalogueDir,
+                     "Folder holding toc.xml and a folder per family (<FolderName>/"
+                     "Family.xml with its FamilyStrings.<LANGUAGE>.xml)")
+        ->required();
+    siteCommand->add_option("--output,-o", site.outputDir, "Folder to write the site to")
+        ->required();
+    siteCommand->add_option("--lang,-l", site.languages,
+                            "A language of the site (repeatable; the first is the default; "
+                            "default: every language the families have)");
+    siteCommand->add_option("--materials,-m", site.materials,
+                            "Materials table for material names (see examples/materials.tsv)");
+    siteCommand
+        ->add_option("--jobs,-j", site.jobs, "Families evaluated at once (default: one per core)")
+        ->check(CLI::Range(size_t(1), size_t(256)));
+    siteCommand->add_option("--format,-f", site.format, "Format of the summary")
+        ->check(CLI::IsMember({"text", "json"}));
+    siteCommand->footer(
+        "Writes index.html (and index.<LANGUAGE>.html), assets/ and families/ into the output "
+        "folder; pages work from disk without a network. A family whose documents do not open "
+        "gets a page that says why; the exit code is then 1. The dependency graph is drawn "
+        "as SVG when Graphviz's dot is installed, else listed. A family's thumbnail "
+        "(Thumbnail/File) and the .ico files of its folder are shown as PNG.");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -256,6 +283,8 @@ int main(int argc, char** argv) {
             return RunToc(toc, std::cout, std::cerr);
         if (iconCommand->parsed())
             return RunIcon(icon, std::cout, std::cerr);
+        if (siteCommand->parsed())
+            return RunSite(site, std::cout, std::cerr);
     } catch (const std::exception& e) {
         std::cerr << "torvex: " << e.what() << '\n';
         return kExitFailed;

@@ -8,6 +8,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libcli11-dev libmuparser-dev libudunits2-dev nlohmann-json3-dev
   libpng-dev
+  graphviz chromium fonts-dejavu-core
 )
 
 missing=()

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <typeinfo>
 #include <vector>
 
@@ -91,17 +92,40 @@ WideString CTableEvaluator::FormatResult(double number) const {
 // evaluated first. A frame lives on the heap, so a chain of references of any depth takes no
 // stack; its guard keeps the cell in progress for as long as the frame lives.
 struct CTableEvaluator::Frame {
-    Frame(const WideString& row, const WideString& column, const WideString& lang,
-          CTableEvaluator& evaluator)
-        : rowId(row), columnId(column), language(lang),
-          guard(rowId, columnId, &evaluator.m_inProgress, &evaluator.m_spareEntries) {}
+    Frame() = default;
     Frame(const Frame&) = delete;
     Frame& operator=(const Frame&) = delete;
+
+    // Sets the frame up for a cell; the texts keep their room from earlier cells, so that a
+    // warm frame allocates nothing for the next.
+    void Begin(std::wstring_view row, std::wstring_view column, std::wstring_view lang,
+               CTableEvaluator& evaluator) {
+        rowId.assign(row);
+        columnId.assign(column);
+        language.assign(lang);
+        guard.emplace(rowId, columnId, &evaluator.m_inProgress, &evaluator.m_spareEntries);
+        remember = false;
+        changeCount = 0;
+        this->column = nullptr;
+        unit = nullptr;
+        dataType = DataTypes::DataString;
+        numericType = false;
+        wholeText.isReference = false;
+        wholeText.text.clear();
+        next = last = nullptr;
+        result = EvalOk;
+        expression.clear();
+        unitless.clear();
+        value.clear();
+        referenced = nullptr;
+    }
+    // Takes the cell out of progress.
+    void End() { guard.reset(); }
 
     WideString rowId;
     WideString columnId;
     WideString language;
-    CCircularDependencyChecker guard;
+    std::optional<CCircularDependencyChecker> guard;
     bool remember = false;    // whether a result other than 0 is remembered (Outcome)
     uint64_t changeCount = 0; // the value cache's change count when the evaluation began
     CEncapFamilyColumn* column = nullptr;
@@ -124,8 +148,37 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
     // goes back to the frame below when it is done: what the nested calls would do (each
     // reference through the column's GetValue, the table's Evaluate and EvaluateCell), on a list
     // instead of the stack. The frames' guards make up the in-progress set, as the calls' would.
-    std::vector<std::unique_ptr<Frame>> frames;
-    frames.push_back(std::make_unique<Frame>(rowId, columnId, language, *this));
+    std::vector<Frame*> frames;
+    // Frames come from the pool and go back to it, also when a host's call comes back into
+    // the evaluation while this one runs.
+    auto push = [&](std::wstring_view row, std::wstring_view column, std::wstring_view lang) {
+        std::unique_ptr<Frame> frame;
+        if (m_framePool.empty()) {
+            frame = std::make_unique<Frame>();
+        } else {
+            frame = std::move(m_framePool.back());
+            m_framePool.pop_back();
+        }
+        frame->Begin(row, column, lang, *this);
+        frames.push_back(frame.release());
+    };
+    auto pop = [&]() {
+        Frame* frame = frames.back();
+        frames.pop_back();
+        frame->End();
+        m_framePool.emplace_back(frame);
+    };
+    // Whatever leaves early (a DOM exception passes through) still gives the frames back and
+    // takes their cells out of progress.
+    struct Unwind {
+        std::vector<Frame*>& frames;
+        decltype(pop)& popFrame;
+        ~Unwind() {
+            while (!frames.empty())
+                popFrame();
+        }
+    } unwind{frames, pop};
+    push(rowId, columnId, language);
     // The cell asked for is evaluated whatever is remembered of it: each read of a cell that
     // fails or gives 8 asks the host again. Only the cells it refers to are recalled.
     bool done = BeginCell(*frames.back(), false);
@@ -135,14 +188,13 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
             done = ContinueCell(frame);
         if (!done) {
             // As the column's GetValue would: Evaluate(rowId, its own id, language).
-            frames.push_back(std::make_unique<Frame>(frame.rowId, frame.referenced->m_columnId,
-                                                     frame.language, *this));
+            push(frame.rowId, frame.referenced->m_columnId, frame.language);
             done = BeginCell(*frames.back(), true);
             continue;
         }
         const EvaluateResult result = frame.result;
         RememberOutcome(frame);
-        frames.pop_back();
+        pop();
         if (frames.empty())
             return result;
         // The rest of the column's GetValue, then the reference in the frame below.
@@ -156,7 +208,7 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
 }
 
 bool CTableEvaluator::BeginCell(Frame& frame, bool recall) {
-    if (frame.guard.IsAlreadyInProgress()) {
+    if (frame.guard->IsAlreadyInProgress()) {
         frame.result = EvalCircularDependency;
         return true;
     }

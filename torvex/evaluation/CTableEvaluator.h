@@ -15,9 +15,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <set>
 #include <string_view>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 namespace torvex {
@@ -138,16 +140,27 @@ private:
     };
     /// Row id, column id and language, as EvaluateCell got them.
     using OutcomeKey = std::tuple<WideString, WideString, WideString>;
-    /// Orders keys and looked-up views alike, so that a lookup allocates nothing.
-    struct OutcomeKeyLess {
+    /// Hashes and compares keys and looked-up views alike, so that a lookup allocates nothing.
+    struct OutcomeKeyHash {
         using is_transparent = void;
         using View = std::tuple<std::wstring_view, std::wstring_view, std::wstring_view>;
         static View AsView(const OutcomeKey& key) {
             return {std::get<0>(key), std::get<1>(key), std::get<2>(key)};
         }
         static const View& AsView(const View& key) { return key; }
+        template <typename K> size_t operator()(const K& key) const {
+            const View view = AsView(key);
+            const std::hash<std::wstring_view> hash;
+            size_t seed = hash(std::get<0>(view));
+            seed ^= hash(std::get<1>(view)) + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2);
+            seed ^= hash(std::get<2>(view)) + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2);
+            return seed;
+        }
+    };
+    struct OutcomeKeyEqual {
+        using is_transparent = void;
         template <typename A, typename B> bool operator()(const A& a, const B& b) const {
-            return AsView(a) < AsView(b);
+            return OutcomeKeyHash::AsView(a) == OutcomeKeyHash::AsView(b);
         }
     };
 
@@ -190,8 +203,10 @@ private:
     std::set<WideString> m_inProgress;
     CCircularDependencyChecker::SpareEntries m_spareEntries; // entries of m_inProgress, reused
     IEvaluatorProvider* m_provider = nullptr;
-    std::map<OutcomeKey, Outcome, OutcomeKeyLess> m_outcomes;
+    std::unordered_map<OutcomeKey, Outcome, OutcomeKeyHash, OutcomeKeyEqual> m_outcomes;
     uint64_t m_outcomesChangeCount = 0; // the value cache's count the outcomes belong to
+    // Frames of finished cells, kept with the room of their texts for the next cells.
+    std::vector<std::unique_ptr<Frame>> m_framePool;
 };
 
 } // namespace torvex

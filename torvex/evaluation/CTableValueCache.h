@@ -116,6 +116,19 @@ public:
     CCacheKeyPool& GetKeyPool() { return m_keys; }
     const CCacheKeyPool& GetKeyPool() const { return m_keys; }
 
+    /// Notes the sizes of the row language last stored into: rows are mostly read one after
+    /// another, so a new row's lists are made at the size of the row before it once, instead of
+    /// growing value by value and keeping up to half their room unused. Only sizes of values
+    /// really held are noted, so a row of many or long values makes no later row bigger than
+    /// itself. Never fails.
+    void NoteStored(size_t values, size_t characters) {
+        m_lastRowValues = values;
+        m_lastRowCharacters = characters;
+    }
+    /// How many values and characters a new row's language is likely to hold; 0 at first.
+    size_t ValuesHint() const { return m_lastRowValues; }
+    size_t CharactersHint() const { return m_lastRowCharacters; }
+
 private:
     // GetRowCache by view: a hit on the memo or the map copies no key.
     CValueCacheLoc* RowCache(std::wstring_view rowId, bool create);
@@ -131,6 +144,9 @@ private:
     WideString m_filePath;
     bool m_dirty = false;
     uint64_t m_changes = 0;
+    // The sizes of the row language stored into last (see NoteStored).
+    size_t m_lastRowValues = 0;
+    size_t m_lastRowCharacters = 0;
     WideString m_lastRowId;
     CValueCacheLoc* m_lastRowCache = nullptr;
     // The key in m_languageIndexes that SetValue entered last; null until one is entered, so

@@ -57,7 +57,17 @@ CValueCacheLoc::Language& CValueCacheLoc::LanguageEntry(std::wstring_view langua
     auto at = std::lower_bound(
         m_languages.begin(), m_languages.end(), language,
         [](const Language& entry, std::wstring_view name) { return *entry.name < name; });
-    return *m_languages.insert(at, Language{Keys().Intern(language), {}, {}, 0, 0, nullptr});
+    Language& entry =
+        *m_languages.insert(at, Language{Keys().Intern(language), {}, {}, 0, 0, nullptr});
+    // Made at the size of the row stored into before: grown value by value, the lists would
+    // keep up to half their room unused in every row.
+    // A little more, since rows differ by a value or two (overrides, cells left empty).
+    if (m_owner && m_owner->ValuesHint() > 0) {
+        const size_t values = m_owner->ValuesHint(), characters = m_owner->CharactersHint();
+        entry.values.reserve(values + values / 8 + 1);
+        entry.texts.reserve(characters + characters / 8 + 8);
+    }
+    return entry;
 }
 
 size_t CValueCacheLoc::Find(const Language& language, const WideString* column) {
@@ -141,6 +151,8 @@ void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
         return;
     }
     Append(language, Value{column, offset, static_cast<uint32_t>(text.size())});
+    if (m_owner)
+        m_owner->NoteStored(language.values.size(), language.texts.size());
 }
 
 void CValueCacheLoc::CompactIfWasteful(Language& language) {

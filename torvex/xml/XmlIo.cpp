@@ -2,6 +2,7 @@
 
 #include <libxml/encoding.h>
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/xmlsave.h>
 
 #include <climits>
@@ -33,21 +34,16 @@ void RefuseDocumentType(void* ctx, const xmlChar*, const xmlChar*, const xmlChar
     ctxt->wellFormed = 0;
 }
 
-xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
-    if (bytes.size() > static_cast<size_t>(INT_MAX)) {
-        return nullptr;
-    }
-    InitLibrary();
-    QuietErrors quiet;
-    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
-    if (ctxt == nullptr) {
-        return nullptr;
-    }
+// The parser's callbacks for any document: no document type, no messages.
+void GuardContext(xmlParserCtxtPtr ctxt) {
     ctxt->sax->internalSubset = RefuseDocumentType;
     ctxt->sax->serror = IgnoreError;
-    xmlDocPtr doc = xmlCtxtReadMemory(ctxt, bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                                      encoding, options);
-    bool ok = doc != nullptr && ctxt->wellFormed != 0;
+}
+
+// The document a parse made, when it was well formed (null otherwise, and it is freed), marked
+// as UTF-8. The context is freed.
+xmlDocPtr TakeDocument(xmlParserCtxtPtr ctxt, xmlDocPtr doc, bool ok) {
+    ok = ok && doc != nullptr && ctxt->wellFormed != 0;
     xmlFreeParserCtxt(ctxt);
     if (!ok) {
         xmlFreeDoc(doc);
@@ -61,6 +57,51 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
     // non-ASCII characters of attribute values into character references.
     doc->encoding = xmlStrdup(X("UTF-8"));
     return doc;
+}
+
+xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
+    if (bytes.size() > static_cast<size_t>(INT_MAX)) {
+        return nullptr;
+    }
+    InitLibrary();
+    QuietErrors quiet;
+    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
+    if (ctxt == nullptr) {
+        return nullptr;
+    }
+    GuardContext(ctxt);
+    xmlDocPtr doc = xmlCtxtReadMemory(ctxt, bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                      encoding, options);
+    return TakeDocument(ctxt, doc, true);
+}
+
+// Wide text parsed without a UTF-8 copy of the whole: it goes to the parser in pieces, each
+// converted as it is pushed, so that a large document is never held twice while it is read.
+xmlDocPtr ParseWide(std::wstring_view text, int options) {
+    InitLibrary();
+    QuietErrors quiet;
+    xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr);
+    if (ctxt == nullptr) {
+        return nullptr;
+    }
+    GuardContext(ctxt);
+    xmlCtxtUseOptions(ctxt, options);
+    xmlSwitchEncoding(ctxt, XML_CHAR_ENCODING_UTF8);
+    constexpr size_t kPiece = 1 << 15; // characters converted and pushed at a time
+    std::string piece;
+    bool pushed = true;
+    for (size_t at = 0; pushed && at < text.size(); at += kPiece) {
+        piece = platform::ToUtf8(text.substr(at, kPiece));
+        pushed =
+            xmlParseChunk(ctxt, piece.data(), static_cast<int>(piece.size()), 0) == XML_ERR_OK &&
+            ctxt->wellFormed != 0;
+    }
+    if (pushed) {
+        xmlParseChunk(ctxt, nullptr, 0, 1);
+    }
+    xmlDocPtr doc = ctxt->myDoc;
+    ctxt->myDoc = nullptr;
+    return TakeDocument(ctxt, doc, pushed);
 }
 
 bool IsSpace(wchar_t c) {
@@ -242,8 +283,7 @@ ParseResult ParseText(const wchar_t* text) {
     if (!view.empty() && view.front() == L'\xFEFF') {
         view.remove_prefix(1);
     }
-    std::string bytes = platform::ToUtf8(view);
-    result.doc = Parse(bytes, "UTF-8", kParseOptions | XML_PARSE_IGNORE_ENC);
+    result.doc = ParseWide(view, kParseOptions | XML_PARSE_IGNORE_ENC);
     if (result.doc != nullptr) {
         result.hasDeclaration = ExtractDeclaration(view, result.declaration);
     }

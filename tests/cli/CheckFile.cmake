@@ -1,0 +1,11 @@
+# Checks that a file exists and matches each pattern. -DFILE=<path> -DEXPECT=<regex|...>
+if(NOT EXISTS "${FILE}")
+  message(FATAL_ERROR "${FILE} was not written")
+endif()
+file(READ "${FILE}" text)
+string(REPLACE "|" ";" EXPECT "${EXPECT}")
+foreach(pattern IN LISTS EXPECT)
+  if(NOT text MATCHES "${pattern}")
+    message(FATAL_ERROR "${FILE} lacks /${pattern}/\n${text}")
+  endif()
+endforeach()
