@@ -31,12 +31,15 @@
 #include <time.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace torvex::bench {
@@ -735,6 +738,107 @@ void RegisterGraphs(const std::vector<size_t>& sizes) {
     }
 }
 
+// ---- Several families on several threads ----
+//
+// A host evaluates many families, each on one thread at a time, different families on different
+// threads at once. kThreadFamilies families of the same size are each opened, read cell by cell
+// and closed, on one thread and then shared out among two, in the same iterations and in
+// alternating order; the counters `one_thread_ms` and `two_threads_ms` are the mean wall-clock
+// times of the whole set, `speedup` their ratio. Wall clock whatever --wall-clock says: the
+// threads' CPU times add up to at least the time on one thread. Beside them, in the same
+// iterations, libxml2 alone parses and walks the same texts as often on one thread and on two
+// (`baseline_speedup`): what the machine gives two threads of such work at that moment. And
+// `cpu_ratio`, the process's CPU time on two threads over that on one, tells on a busy machine
+// too what running side by side costs in extra work (1 when nothing is shared).
+
+constexpr size_t kThreadFamilies = 8;
+
+double Seconds(clockid_t clock) {
+    timespec time{};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+struct SetTimes {
+    double wall = 0.0;
+    double cpu = 0.0; // of the whole process
+
+    void Add(const SetTimes& other) {
+        wall += other.wall;
+        cpu += other.cpu;
+    }
+};
+
+// Times `job` run `count` times on `threads` threads, each thread taking the next run when it is
+// done with one.
+SetTimes TimeOnThreads(size_t count, unsigned threads, const std::function<void()>& job) {
+    std::atomic<size_t> next{0};
+    auto work = [&] {
+        while (next.fetch_add(1) < count)
+            job();
+    };
+    const double wallStart = Seconds(CLOCK_MONOTONIC);
+    const double cpuStart = Seconds(CLOCK_PROCESS_CPUTIME_ID);
+    std::vector<std::thread> pool;
+    for (unsigned t = 1; t < threads; ++t)
+        pool.emplace_back(work);
+    work();
+    for (std::thread& thread : pool)
+        thread.join();
+    SetTimes times;
+    times.wall = Seconds(CLOCK_MONOTONIC) - wallStart;
+    times.cpu = Seconds(CLOCK_PROCESS_CPUTIME_ID) - cpuStart;
+    return times;
+}
+
+void FamiliesOnThreads(benchmark::State& state, size_t rows) {
+    const GeneratedFamily& family = Workspace::Get().Family(rows);
+    const CellTally expected = ReadAllCells(*OpenFamily(family, std::wstring()));
+    // Every family, on whichever thread, must give what the family gives alone.
+    std::atomic<bool> same{expected.Cells() > 0};
+    auto evaluate = [&] {
+        std::unique_ptr<CEncapFamily> opened = OpenFamily(family, std::wstring());
+        const CellTally tally = ReadAllCells(*opened);
+        if (tally.byResult != expected.byResult || tally.characters != expected.characters)
+            same = false;
+    };
+    auto parse = [&] {
+        BareDocuments documents;
+        documents.Parse(family);
+        benchmark::DoNotOptimize(documents.WalkCells());
+    };
+    TimeOnThreads(2, 2, evaluate); // warm-up
+    SetTimes one, two, bareOne, bareTwo;
+    int iteration = 0;
+    for (auto _ : state) {
+        const bool oneFirst = iteration++ % 2 == 0;
+        if (oneFirst) {
+            one.Add(TimeOnThreads(kThreadFamilies, 1, evaluate));
+            bareOne.Add(TimeOnThreads(kThreadFamilies, 1, parse));
+        }
+        const SetTimes times = TimeOnThreads(kThreadFamilies, 2, evaluate);
+        two.Add(times);
+        bareTwo.Add(TimeOnThreads(kThreadFamilies, 2, parse));
+        if (!oneFirst) {
+            one.Add(TimeOnThreads(kThreadFamilies, 1, evaluate));
+            bareOne.Add(TimeOnThreads(kThreadFamilies, 1, parse));
+        }
+        state.SetIterationTime(times.wall);
+    }
+    if (!same) {
+        state.SkipWithError("a family evaluated beside another gave other results than alone");
+        return;
+    }
+    state.counters["families"] = static_cast<double>(kThreadFamilies);
+    if (iteration > 0 && two.wall > 0.0 && one.cpu > 0.0 && bareTwo.wall > 0.0) {
+        state.counters["one_thread_ms"] = one.wall * 1e3 / iteration;
+        state.counters["two_threads_ms"] = two.wall * 1e3 / iteration;
+        state.counters["speedup"] = one.wall / two.wall;
+        state.counters["cpu_ratio"] = two.cpu / one.cpu;
+        state.counters["baseline_speedup"] = bareOne.wall / bareTwo.wall;
+    }
+}
+
 void Memory(benchmark::State& state, size_t rows) {
     MemoryFigures figures;
     for (auto _ : state) {
@@ -824,8 +928,15 @@ void RegisterAll(const std::vector<size_t>& sizes) {
                 ->Unit(benchmark::kMillisecond);
         }
     }
-    // Peak memory is measured once, at the largest size.
+    // Several families on two threads, at 10,000 rows (or the largest size below).
     const size_t largest = *std::max_element(sizes.begin(), sizes.end());
+    size_t threaded = 0;
+    for (size_t rows : sizes)
+        if (rows <= 10000)
+            threaded = std::max(threaded, rows);
+    if (threaded > 0)
+        Register("Threads/Families", threaded, FamiliesOnThreads, 3);
+    // Peak memory is measured once, at the largest size.
     Register("Memory", largest, Memory, 1, benchmark::kSecond);
 }
 

@@ -152,6 +152,31 @@ def main():
             print(f"Graph/{shape}".ljust(24)
                   + "".join(fmt_ms(t(f"Graph/{shape}", n)).rjust(12) for n in graph_sizes))
 
+    # Several families evaluated on one thread and shared out among two, in the same iterations.
+    for (kind, n), entry in sorted(runs.items()):
+        if kind != "Threads/Families":
+            continue
+        if entry.get("error_occurred"):
+            print(f"\nSeveral families on threads, N={n}: {entry.get('error_message', '')}")
+            continue
+        one, two = entry.get("one_thread_ms"), entry.get("two_threads_ms")
+        if one and two:
+            print(f"\nSeveral families on threads: {entry.get('families', 0):.0f} families of "
+                  f"{n} rows, each opened, evaluated and closed (wall clock)")
+            load_avg = ctx.get("load_avg", [None])[0]
+            load_avg = f"{load_avg:.2f}" if isinstance(load_avg, (int, float)) else "?"
+            print(f"  one thread {fmt_ms(one * 1e6)} ms, two threads {fmt_ms(two * 1e6)} ms: "
+                  f"speedup {one / two:.2f}x on {ctx.get('num_cpus', '?')} CPUs (load average "
+                  f"{load_avg} at the start)")
+            baseline = entry.get("baseline_speedup")
+            if baseline:
+                print(f"  libxml2 alone parsing and walking the same texts, same iterations: "
+                      f"speedup {baseline:.2f}x (what the machine gave two threads)")
+            cpu_ratio = entry.get("cpu_ratio")
+            if cpu_ratio:
+                print(f"  CPU time on two threads / on one: {cpu_ratio:.2f} (the extra work of "
+                      "running side by side)")
+
     for n in sizes:
         cells = counter("Torvex/FirstEvaluation", n, "cells")
         failed = counter("Torvex/FirstEvaluation", n, "failed")

@@ -3,9 +3,13 @@
 
 #include "Commands.h"
 
+#include "FamilyBatch.h"
 #include "FamilySave.h"
 #include "HostProvider.h"
 #include "ResultNames.h"
+#include "RunInOrder.h"
+
+#include "host/CMaterialTable.h"
 
 #include "torvex/family/CEncapFamilyColumn.h"
 #include "torvex/family/CEncapFamilyTable.h"
@@ -13,6 +17,10 @@
 #include "torvex/platform/Utf16.h"
 #include "torvex/xml/XMLNodeArray.h"
 
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <sstream>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -21,6 +29,8 @@ namespace torvex::cli {
 
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 // Number of Cell elements in the table.
 size_t CellCount(const CEncapFamilyTable& table) {
     XMLNodeArray cells;
@@ -28,8 +38,8 @@ size_t CellCount(const CEncapFamilyTable& table) {
     return static_cast<size_t>(cells.GetSize());
 }
 
-int Repair(CEncapFamily& family, const CheckOptions& options, std::ostream& out,
-           std::ostream& err) {
+int Repair(CEncapFamily& family, const FamilyInput& input, const CheckOptions& options,
+           std::ostream& out, std::ostream& err) {
     CEncapFamilyTable& table = *family.GetEncapFamilyTable();
     const std::vector<WideString> stringsBefore = StringTexts(family);
     const size_t before = CellCount(table);
@@ -39,9 +49,9 @@ int Repair(CEncapFamily& family, const CheckOptions& options, std::ostream& out,
     const size_t removed = before - CellCount(table);
     out << "repair: " << removed << (removed == 1 ? " cell" : " cells") << " removed\n";
     std::string bytes, error;
-    platform::ReadFileBytes(platform::FromUtf8(options.input.familyPath), bytes);
+    platform::ReadFileBytes(platform::FromUtf8(input.familyPath), bytes);
     std::vector<std::string> written;
-    const std::string& target = options.inPlace ? options.input.familyPath : options.output;
+    const std::string& target = options.inPlace ? input.familyPath : options.output;
     if (!SaveFamily(family, target, DetectEncoding(bytes), StringTexts(family) != stringsBefore,
                     written, error)) {
         err << "torvex: " << error << '\n';
@@ -99,24 +109,25 @@ std::unordered_set<const CEncapFamilyColumn*> ColumnsReachingALoop(const CEncapF
     return reaching;
 }
 
-} // namespace
+// One problem that check finds: a column formula with its result, or a row whose value
+// doesn't fit its column (row > 0).
+struct Problem {
+    std::string column;
+    std::string formula;
+    std::string result;
+    int row = 0; // from 1
+    std::string rowId;
+    std::string value;
+};
 
-int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) {
-    if (options.repair && options.inPlace == !options.output.empty()) {
-        err << "torvex check: --repair needs either --in-place or --output FILE\n";
-        return kExitUsage;
-    }
-    if (!options.repair && (options.inPlace || !options.output.empty())) {
-        err << "torvex check: --in-place and --output go with --repair\n";
-        return kExitUsage;
-    }
-    auto family = OpenEvaluatingFamily(options.input, {}, err);
-    if (!family)
-        return kExitFailed;
-    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+struct Report {
+    size_t checked = 0; // formulas
+    std::vector<Problem> problems;
+};
+
+Report CheckTable(CEncapFamilyTable& table) {
+    Report report;
     const std::unordered_set<const CEncapFamilyColumn*> looping = ColumnsReachingALoop(table);
-    size_t checked = 0;
-    size_t problems = 0;
     for (const WideString& id : table.GetAllColumnIDs()) {
         CEncapFamilyColumn* column = table.GetFamilyColumnByID(id.c_str());
         if (!column)
@@ -134,10 +145,13 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) 
         // (the answer of CheckCircularDependency(nullptr), for every column at once).
         if (result == CTableEvaluator::EvalOk && looping.count(column))
             result = CTableEvaluator::EvalCircularDependency;
-        ++checked;
+        ++report.checked;
         if (result != CTableEvaluator::EvalOk) {
-            ++problems;
-            out << Narrow(id) << ": " << Narrow(formula) << ": " << ResultName(result) << '\n';
+            Problem problem;
+            problem.column = Narrow(id);
+            problem.formula = Narrow(formula);
+            problem.result = ResultName(result);
+            report.problems.push_back(std::move(problem));
         }
     }
     // Every row's value against its column: the first row of each column that doesn't fit.
@@ -148,18 +162,156 @@ int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) 
         const int bad = table.CheckRangeColumnData(id.c_str(), nullptr);
         if (bad < 0)
             continue;
-        ++problems;
         const WideString rowId = table.GetRowIDByIndex(bad);
         WideString value;
         table.GetValue(rowId.c_str(), id.c_str(), value);
-        out << Narrow(id) << ": row " << bad + 1 << " (" << Narrow(rowId) << "): \""
-            << Narrow(value) << "\" doesn't fit the column\n";
+        Problem problem;
+        problem.column = Narrow(id);
+        problem.row = bad + 1;
+        problem.rowId = Narrow(rowId);
+        problem.value = Narrow(value);
+        report.problems.push_back(std::move(problem));
     }
-    out << options.input.familyPath << ": " << checked << (checked == 1 ? " formula" : " formulas")
+    return report;
+}
+
+void PrintText(const Report& report, const std::string& path, std::ostream& out) {
+    for (const Problem& problem : report.problems) {
+        if (problem.row == 0)
+            out << problem.column << ": " << problem.formula << ": " << problem.result << '\n';
+        else
+            out << problem.column << ": row " << problem.row << " (" << problem.rowId << "): \""
+                << problem.value << "\" doesn't fit the column\n";
+    }
+    const size_t problems = report.problems.size();
+    out << path << ": " << report.checked << (report.checked == 1 ? " formula" : " formulas")
         << " checked, " << problems << (problems == 1 ? " problem" : " problems") << '\n';
+}
+
+void PrintJson(const Report& report, const std::string& path, std::ostream& out) {
+    Json problems = Json::array();
+    for (const Problem& problem : report.problems) {
+        if (problem.row == 0)
+            problems.push_back({{"column", problem.column},
+                                {"formula", problem.formula},
+                                {"result", problem.result}});
+        else
+            problems.push_back({{"column", problem.column},
+                                {"row", problem.row},
+                                {"rowId", problem.rowId},
+                                {"value", problem.value},
+                                {"result", "doesn't fit the column"}});
+    }
+    out << Json{{"family", path}, {"formulas", report.checked}, {"problems", problems}}.dump(2)
+        << '\n';
+}
+
+// Several families, each opened with the string documents beside it, checked on the threads of
+// -j and printed in the order given, with a count of the families at the end (text) or as a
+// JSON array.
+int RunChecks(const CheckOptions& options, std::ostream& out, std::ostream& err) {
+    if (options.repair) {
+        err << "torvex check: --repair takes one family document\n";
+        return kExitUsage;
+    }
+    if (!options.input.stringPaths.empty()) {
+        err << "torvex check: --strings goes with one family document; several families and "
+               "folders open the string documents beside each family\n";
+        return kExitUsage;
+    }
+    const std::vector<BatchFamily> families = ListFamilies(options.families, options.input);
+    const bool json = options.format == "json";
+    const std::shared_ptr<const CMaterialTable> materials = std::make_shared<CMaterialTable>();
+
+    enum Outcome : int { Clean = 0, WithProblems = 1, NotOpened = 2 };
+    auto job = [&](size_t i) {
+        const BatchFamily& entry = families[i];
+        const std::string& path = entry.input.familyPath;
+        std::ostringstream familyOut, familyErr;
+        std::string why = entry.error;
+        std::unique_ptr<CEncapFamily> family;
+        if (why.empty())
+            family = OpenFamily(entry.input, MakeUnitsProvider(materials), why);
+        JobOutput output;
+        if (!family) {
+            const std::string message = MessageNaming(path, why);
+            familyErr << "torvex: " << message << '\n';
+            if (json)
+                familyOut << Json{{"family", path}, {"error", message}}.dump(2) << '\n';
+            output.exitCode = NotOpened;
+        } else {
+            const Report report = CheckTable(*family->GetEncapFamilyTable());
+            if (json)
+                PrintJson(report, path, familyOut);
+            else
+                PrintText(report, path, familyOut);
+            output.exitCode = report.problems.empty() ? Clean : WithProblems;
+        }
+        output.out = familyOut.str();
+        output.err = familyErr.str();
+        return output;
+    };
+
+    size_t counts[3] = {0, 0, 0};
+    auto emit = [&](size_t i, JobOutput& output) {
+        if (json) {
+            if (!output.out.empty() && output.out.back() == '\n')
+                output.out.pop_back();
+            out << (i ? ",\n" : "[\n") << output.out;
+        } else {
+            out << output.out;
+        }
+        err << output.err;
+        ++counts[output.exitCode == Clean          ? Clean
+                 : output.exitCode == WithProblems ? WithProblems
+                                                   : NotOpened];
+    };
+    RunInOrder(families.size(), JobThreads(options.jobs), job, emit);
+    if (json) {
+        out << (families.empty() ? "[" : "\n") << "]\n";
+    } else {
+        out << families.size() << (families.size() == 1 ? " family: " : " families: ")
+            << counts[Clean] << " without problems, " << counts[WithProblems] << " with problems, "
+            << counts[NotOpened] << " did not open\n";
+    }
+    return counts[WithProblems] || counts[NotOpened] ? kExitFailed : kExitOk;
+}
+
+} // namespace
+
+int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err) {
+    if (options.format != "text" && options.format != "json") {
+        err << "torvex: unknown format " << options.format << " (text or json)\n";
+        return kExitUsage;
+    }
+    if (options.repair && options.inPlace == !options.output.empty()) {
+        err << "torvex check: --repair needs either --in-place or --output FILE\n";
+        return kExitUsage;
+    }
+    if (!options.repair && (options.inPlace || !options.output.empty())) {
+        err << "torvex check: --in-place and --output go with --repair\n";
+        return kExitUsage;
+    }
+    if (options.repair && options.format == "json") {
+        err << "torvex check: --repair reports in text; leave --format json out\n";
+        return kExitUsage;
+    }
+    if (NamesSeveralFamilies(options.families))
+        return RunChecks(options, out, err);
+    FamilyInput input = options.input;
+    if (!options.families.empty())
+        input.familyPath = options.families.front();
+    auto family = OpenEvaluatingFamily(input, {}, err);
+    if (!family)
+        return kExitFailed;
+    const Report report = CheckTable(*family->GetEncapFamilyTable());
+    if (options.format == "json")
+        PrintJson(report, input.familyPath, out);
+    else
+        PrintText(report, input.familyPath, out);
     if (options.repair)
-        return Repair(*family, options, out, err);
-    return problems ? kExitFailed : kExitOk;
+        return Repair(*family, input, options, out, err);
+    return report.problems.empty() ? kExitOk : kExitFailed;
 }
 
 } // namespace torvex::cli

@@ -3,7 +3,8 @@
 // `err`, and returns the process exit code:
 //   0 success; 1 a file cannot be read, a document does not open, (check) a formula has a
 //   problem or (toc --families) a family document is missing; 2 a usage error; 3 (table) at
-//   least one cell failed to evaluate.
+//   least one cell failed to evaluate. With several families: 1 when one of them gives 1, else
+//   3 when one gives 3.
 
 #include "FamilyFile.h"
 
@@ -22,18 +23,25 @@ struct ShowOptions {
 };
 
 struct TableOptions {
-    FamilyInput input;
+    // Family documents and folders (FamilyBatch.h); empty: the one family of input.familyPath.
+    std::vector<std::string> families;
+    FamilyInput input;           // strings, language and localize; the path of one family
     std::string format = "text"; // text, csv or json
     bool raw = false;            // raw cell texts instead of evaluated values
     std::string materials;       // materials table for the provider; empty: none
     size_t width = 0;            // 0: the terminal's width
+    unsigned jobs = 0;           // families evaluated at once; 0: the number of cores
 };
 
 struct CheckOptions {
+    // Family documents and folders (FamilyBatch.h); empty: the one family of input.familyPath.
+    std::vector<std::string> families;
     FamilyInput input;
-    bool repair = false;  // repair every column whose cells no longer fit its type
-    bool inPlace = false; // with repair: save over the family's own files
-    std::string output;   // with repair: save the family document here instead
+    std::string format = "text"; // text or json
+    bool repair = false;         // repair every column whose cells no longer fit its type
+    bool inPlace = false;        // with repair: save over the family's own files
+    std::string output;          // with repair: save the family document here instead
+    unsigned jobs = 0;           // families checked at once; 0: the number of cores
 };
 
 /// One action of `torvex edit`: its option (e.g. "--set") and its arguments.
@@ -100,12 +108,13 @@ struct SiteOptions {
 
 /// `torvex show`: columns and raw rows. 0, or 1 when the family does not open.
 int RunShow(const ShowOptions& options, std::ostream& out, std::ostream& err);
-/// `torvex table`: every cell evaluated. 0, 1 when the family does not open, 3 when a cell
-/// failed.
+/// `torvex table`: every cell evaluated, of one family or of several in the order given. 0, 1
+/// when a family does not open, else 3 when a cell failed; 2 for csv or --strings with several.
 int RunTable(const TableOptions& options, std::ostream& out, std::ostream& err);
-/// `torvex check`: every column formula checked and every row's values against their column.
-/// 0, or 1 when the family does not open, a formula or a row has a problem, or (--repair) the
-/// save fails.
+/// `torvex check`: every column formula checked and every row's values against their column, of
+/// one family or of several in the order given. 0, or 1 when a family does not open, a formula
+/// or a row has a problem, or (--repair) the save fails; 2 for --repair or --strings with
+/// several families.
 int RunCheck(const CheckOptions& options, std::ostream& out, std::ostream& err);
 /// `torvex edit`: reads the words after "edit" (family, --strings, --localize, actions,
 /// --output or --in-place); false with a one-line message in `error` for a usage error.

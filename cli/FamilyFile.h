@@ -22,7 +22,17 @@ struct FamilyInput {
     std::string language;
     /// Open the family to localize its decimal separator: numbers take the user's separator.
     bool localize = false;
+    /// Open the string documents found beside the family document (see StringDocumentsBeside)
+    /// instead of `stringPaths`.
+    bool findStrings = false;
 };
+
+/// The string documents of a family document whose text is `familyText`: every
+/// FamilyStrings.<LANG>.xml in the folder that its FamilyStrings/File names (taken from the
+/// family's folder; the family's own folder when the name is absent or not relative), in name
+/// order, the file it names first. Empty when there is none or the folder can't be read.
+std::vector<std::string> StringDocumentsBeside(const std::string& familyPath,
+                                               const std::wstring& familyText);
 
 /// Opens the family; null with a one-line message in `error` when a file cannot be read, a
 /// document does not parse or no string document has the asked language. The family takes the

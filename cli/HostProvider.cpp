@@ -7,8 +7,8 @@
 
 namespace torvex::cli {
 
-std::unique_ptr<IEvaluatorProvider> MakeUnitsProvider(const std::string& materialsPath,
-                                                      std::ostream& err, std::string& error) {
+std::shared_ptr<const CMaterialTable> LoadMaterials(const std::string& materialsPath,
+                                                    std::ostream& err, std::string& error) {
     auto materials = std::make_shared<CMaterialTable>();
     if (!materialsPath.empty()) {
         const int32_t status = materials->LoadFile(platform::FromUtf8(materialsPath));
@@ -20,7 +20,18 @@ std::unique_ptr<IEvaluatorProvider> MakeUnitsProvider(const std::string& materia
         for (size_t line : materials->SkippedLines())
             err << "torvex: " << materialsPath << ":" << line << ": line skipped\n";
     }
-    return std::make_unique<CUnitsEvaluatorProvider>(materials);
+    return materials;
+}
+
+std::unique_ptr<IEvaluatorProvider>
+MakeUnitsProvider(std::shared_ptr<const CMaterialTable> materials) {
+    return std::make_unique<CUnitsEvaluatorProvider>(std::move(materials));
+}
+
+std::unique_ptr<IEvaluatorProvider> MakeUnitsProvider(const std::string& materialsPath,
+                                                      std::ostream& err, std::string& error) {
+    std::shared_ptr<const CMaterialTable> materials = LoadMaterials(materialsPath, err, error);
+    return materials ? MakeUnitsProvider(std::move(materials)) : nullptr;
 }
 
 std::unique_ptr<CEncapFamily> OpenEvaluatingFamily(const FamilyInput& input,

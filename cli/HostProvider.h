@@ -9,7 +9,21 @@
 #include <ostream>
 #include <string>
 
+namespace torvex {
+class CMaterialTable;
+}
+
 namespace torvex::cli {
+
+/// The materials table of `materialsPath` (an empty table when it is empty), to be shared by the
+/// providers of several families; null with a message in `error` when the table cannot be
+/// read. Malformed lines are reported on `err`.
+std::shared_ptr<const CMaterialTable> LoadMaterials(const std::string& materialsPath,
+                                                    std::ostream& err, std::string& error);
+
+/// A units provider on a materials table loaded before. Never fails (but for memory).
+std::unique_ptr<IEvaluatorProvider>
+MakeUnitsProvider(std::shared_ptr<const CMaterialTable> materials);
 
 /// A units provider with the materials table of `materialsPath` (none when empty); null with a
 /// message in `error` when the table cannot be read. Malformed lines are reported on `err`.

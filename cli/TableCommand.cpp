@@ -2,8 +2,10 @@
 
 #include "Commands.h"
 
+#include "FamilyBatch.h"
 #include "HostProvider.h"
 #include "ResultNames.h"
+#include "RunInOrder.h"
 #include "TablePrinter.h"
 #include "TextFormats.h"
 
@@ -11,6 +13,9 @@
 #include "torvex/family/CEncapFamilyRow.h"
 #include "torvex/family/CEncapFamilyTable.h"
 #include "torvex/text/DataTypes.h"
+
+#include <memory>
+#include <sstream>
 
 namespace torvex::cli {
 namespace {
@@ -101,19 +106,13 @@ void PrintJson(const std::string& family, const std::string& language,
     out << "\n  ]\n}\n";
 }
 
-} // namespace
-
-int RunTable(const TableOptions& options, std::ostream& out, std::ostream& err) {
-    if (options.format != "text" && options.format != "csv" && options.format != "json") {
-        err << "torvex: unknown format " << options.format << " (text, csv or json)\n";
-        return kExitUsage;
-    }
-    auto family = OpenEvaluatingFamily(options.input, options.materials, err);
-    if (!family)
-        return kExitFailed;
-    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+// Writes the family's table in the format asked; the exit code of the family. `several`: the
+// family is one of several, and its messages name it.
+int PrintTable(CEncapFamily& family, const std::string& path, const TableOptions& options,
+               size_t width, bool several, std::ostream& out, std::ostream& err) {
+    CEncapFamilyTable& table = *family.GetEncapFamilyTable();
     WideString language;
-    family->GetActualLanguage(language);
+    family.GetActualLanguage(language);
 
     std::vector<Column> columns;
     for (const WideString& id : table.GetAllColumnIDs()) {
@@ -160,17 +159,113 @@ int RunTable(const TableOptions& options, std::ostream& out, std::ostream& err) 
     if (options.format == "csv")
         PrintCsv(columns, rows, out);
     else if (options.format == "json")
-        PrintJson(options.input.familyPath, Narrow(language), columns, rows, options.raw, out);
+        PrintJson(path, Narrow(language), columns, rows, options.raw, out);
     else
-        PrintText(columns, rows, options.width ? options.width : TablePrinter::TerminalWidth(),
-                  out);
+        PrintText(columns, rows, width, out);
 
     if (failed) {
-        err << "torvex: " << failed << (failed == 1 ? " cell" : " cells")
-            << " failed to evaluate\n";
+        err << "torvex: " << (several ? path + ": " : "") << failed
+            << (failed == 1 ? " cell" : " cells") << " failed to evaluate\n";
         return kExitCellsFailed;
     }
     return kExitOk;
+}
+
+// Several families, each opened with the string documents beside it, evaluated on the threads
+// of -j and printed in the order given: text tables under a heading each, or a JSON array.
+int RunTables(const TableOptions& options, std::ostream& out, std::ostream& err) {
+    if (!options.input.stringPaths.empty()) {
+        err << "torvex table: --strings goes with one family document; several families and "
+               "folders open the string documents beside each family\n";
+        return kExitUsage;
+    }
+    if (options.format == "csv") {
+        err << "torvex table: --format csv holds one family; use text or json for several\n";
+        return kExitUsage;
+    }
+    std::string error;
+    const std::shared_ptr<const CMaterialTable> materials =
+        LoadMaterials(options.materials, err, error);
+    if (!materials) {
+        err << "torvex: " << error << '\n';
+        return kExitFailed;
+    }
+    const std::vector<BatchFamily> families = ListFamilies(options.families, options.input);
+    const bool json = options.format == "json";
+    const size_t width = options.width ? options.width : TablePrinter::TerminalWidth();
+
+    auto job = [&](size_t i) {
+        const BatchFamily& entry = families[i];
+        const std::string& path = entry.input.familyPath;
+        std::ostringstream familyOut, familyErr;
+        std::string why = entry.error;
+        std::unique_ptr<CEncapFamily> family;
+        if (why.empty())
+            family = OpenFamily(entry.input, MakeUnitsProvider(materials), why);
+        JobOutput output;
+        if (!family) {
+            const std::string message = MessageNaming(path, why);
+            familyErr << "torvex: " << message << '\n';
+            if (json)
+                familyOut << "{\n  \"family\": " << JsonString(path)
+                          << ",\n  \"error\": " << JsonString(message) << "\n}\n";
+            output.exitCode = kExitFailed;
+        } else {
+            if (!json)
+                familyOut << "== " << path << " ==\n";
+            output.exitCode = PrintTable(*family, path, options, width, true, familyOut, familyErr);
+        }
+        output.out = familyOut.str();
+        output.err = familyErr.str();
+        return output;
+    };
+
+    size_t notOpened = 0;
+    bool cellsFailed = false;
+    bool printed = false; // a table before this one: a blank line between them
+    auto emit = [&](size_t i, JobOutput& output) {
+        if (json) {
+            // Each family's object, without its last line feed, as an element of the array.
+            if (!output.out.empty() && output.out.back() == '\n')
+                output.out.pop_back();
+            out << (i ? ",\n" : "[\n") << output.out;
+        } else if (!output.out.empty()) {
+            out << (printed ? "\n" : "") << output.out;
+            printed = true;
+        }
+        err << output.err;
+        notOpened += output.exitCode == kExitFailed;
+        cellsFailed = cellsFailed || output.exitCode == kExitCellsFailed;
+    };
+    RunInOrder(families.size(), JobThreads(options.jobs), job, emit);
+    if (json)
+        out << (families.empty() ? "[" : "\n") << "]\n";
+    if (notOpened) {
+        err << "torvex: " << notOpened << " of " << families.size()
+            << (families.size() == 1 ? " family" : " families") << " did not open\n";
+        return kExitFailed;
+    }
+    return cellsFailed ? kExitCellsFailed : kExitOk;
+}
+
+} // namespace
+
+int RunTable(const TableOptions& options, std::ostream& out, std::ostream& err) {
+    if (options.format != "text" && options.format != "csv" && options.format != "json") {
+        err << "torvex: unknown format " << options.format << " (text, csv or json)\n";
+        return kExitUsage;
+    }
+    if (NamesSeveralFamilies(options.families))
+        return RunTables(options, out, err);
+    FamilyInput input = options.input;
+    if (!options.families.empty())
+        input.familyPath = options.families.front();
+    auto family = OpenEvaluatingFamily(input, options.materials, err);
+    if (!family)
+        return kExitFailed;
+    return PrintTable(*family, input.familyPath, options,
+                      options.width ? options.width : TablePrinter::TerminalWidth(), false, out,
+                      err);
 }
 
 } // namespace torvex::cli

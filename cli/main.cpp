@@ -6,6 +6,8 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -17,6 +19,30 @@ void AddFamilyOptions(CLI::App* command, torvex::cli::FamilyInput& input, bool l
     if (language)
         command->add_option("--lang,-l", input.language,
                             "Language tag whose string document is the actual language");
+}
+
+// The families of table and check: one family document as for the other commands, or several
+// documents and folders, run on the threads of -j.
+void AddBatchOptions(CLI::App* command, std::vector<std::string>& families,
+                     torvex::cli::FamilyInput& input, unsigned& jobs, bool language) {
+    command
+        ->add_option("family", families,
+                     "Family document (XML); or several, or folders: a folder stands for every "
+                     "Family.xml below it. With several families or a folder, each family opens "
+                     "the string documents beside it (FamilyStrings.<LANG>.xml, the one its "
+                     "FamilyStrings/File names first) and is named in the output; families run "
+                     "on several threads and print in the order given")
+        ->required();
+    command->add_option("--strings,-s", input.stringPaths,
+                        "String document of one language (repeatable; the first is the actual "
+                        "language unless --lang says otherwise); with one family document only");
+    if (language)
+        command->add_option("--lang,-l", input.language,
+                            "Language tag whose string document is the actual language");
+    command
+        ->add_option("--jobs,-j", jobs,
+                     "Families run at once on their own threads (default: the number of cores)")
+        ->check(CLI::PositiveNumber);
 }
 
 // --localize, for the commands that evaluate (torvex edit reads it among its own words).
@@ -35,8 +61,8 @@ int main(int argc, char** argv) {
     app.footer("Exit codes: 0 success; 1 a file cannot be read, a document does not open or "
                "(check) a formula has a problem or (toc --families) a family document is "
                "missing or (site) a family does not open or (edit) an action is refused or the "
-               "save fails; 2 usage error; 3 (table) a "
-               "cell failed to evaluate.");
+               "save fails; 2 usage error; 3 (table) a cell failed to evaluate. With several "
+               "families (table, check): 1 when one of them gives 1, else 3 when one gives 3.");
 
     ShowOptions show;
     CLI::App* showCommand =
@@ -48,9 +74,12 @@ int main(int argc, char** argv) {
     TableOptions table;
     CLI::App* tableCommand = app.add_subcommand(
         "table", "Print a family's rows with every cell evaluated by the reference host");
-    AddFamilyOptions(tableCommand, table.input, true);
+    AddBatchOptions(tableCommand, table.families, table.input, table.jobs, true);
     AddLocalizeOption(tableCommand, table.input);
-    tableCommand->add_option("--format,-f", table.format, "Output format")
+    tableCommand
+        ->add_option("--format,-f", table.format,
+                     "Output format (csv: one family only; json: an array of the families' "
+                     "results with several)")
         ->check(CLI::IsMember({"text", "csv", "json"}));
     tableCommand->add_flag("--raw", table.raw, "Raw cell texts instead of evaluated values");
     tableCommand->add_option("--materials,-m", table.materials,
@@ -61,12 +90,17 @@ int main(int argc, char** argv) {
     CheckOptions check;
     CLI::App* checkCommand =
         app.add_subcommand("check", "Check every column formula; report each problem");
-    AddFamilyOptions(checkCommand, check.input, false);
+    AddBatchOptions(checkCommand, check.families, check.input, check.jobs, false);
     AddLocalizeOption(checkCommand, check.input);
+    checkCommand
+        ->add_option("--format,-f", check.format,
+                     "Output format (json: an array of the families' results with several)")
+        ->check(CLI::IsMember({"text", "json"}));
 
     checkCommand->add_flag("--repair", check.repair,
                            "Remove the cells that no longer fit their column's type (the row then "
-                           "shows the column's formula), then save; needs --in-place or --output");
+                           "shows the column's formula), then save; needs --in-place or --output; "
+                           "one family document only");
     checkCommand->add_flag("--in-place", check.inPlace, "With --repair: save over the family");
     checkCommand->add_option("--output,-o", check.output,
                              "With --repair: save the family document to this file");

@@ -16,14 +16,20 @@ function(torvex_subsystem name)
   set_property(GLOBAL APPEND PROPERTY TORVEX_SUBSYSTEMS torvex_${name})
 endfunction()
 
-# torvex_test(NAME SOURCES ...): one GoogleTest program per subsystem, registered with CTest.
+# torvex_test(NAME SOURCES ... [LINKS ...] [LABELS ...]): one GoogleTest program per subsystem,
+# registered with CTest; LABELS go on each of its tests.
 function(torvex_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE torvex GTest::gtest GTest::gmock GTest::gtest_main ${ARG_LINKS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
   target_compile_definitions(${name} PRIVATE
     TORVEX_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
     TORVEX_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+  if(ARG_LABELS)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+      PROPERTIES LABELS "${ARG_LABELS}")
+  else()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+  endif()
 endfunction()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The test command: installs what it needs, builds everything under AddressSanitizer and
-# UndefinedBehaviorSanitizer and runs the whole suite. Leaks count as failures.
+# UndefinedBehaviorSanitizer and runs the whole suite. Leaks count as failures. Then the thread
+# tests run once more under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -42,3 +43,13 @@ cmake --build "$build" -j"$(nproc)"
 export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 ctest --test-dir "$build" --output-on-failure -j"$(nproc)" --timeout 900
+
+# The tests labelled "threads" (different families on several threads at once, and the tool's
+# -j) again under ThreadSanitizer, which can't share a build with AddressSanitizer: only what
+# they need is built. The suppressions are reports proven false, each with its reason.
+tsan=build/tsan
+cmake -S . -B "$tsan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTORVEX_SANITIZE_THREAD=ON \
+  -DTORVEX_BUILD_TESTS=ON
+cmake --build "$tsan" -j"$(nproc)" --target torvex_thread_tests torvex_cli_batch_tests torvex-cli
+export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$PWD/scripts/tsan-suppressions.txt"
+ctest --test-dir "$tsan" --output-on-failure -j"$(nproc)" --timeout 900 -L threads

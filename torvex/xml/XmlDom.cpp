@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <unordered_map>
 #include <unordered_set>
@@ -572,7 +573,13 @@ Document* AdoptDocument(xmlDocPtr doc) {
 
 } // namespace
 
+void InitLibrary() {
+    static std::once_flag once;
+    std::call_once(once, [] { xmlInitParser(); });
+}
+
 Document* NewDocument() {
+    InitLibrary();
     xmlDocPtr doc = xmlNewDoc(X("1.0"));
     if (doc == nullptr) {
         return nullptr;

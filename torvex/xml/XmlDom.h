@@ -71,6 +71,11 @@ Document* DocumentOf(xmlNodePtr node);
 /// Counts an edit of the document that holds the node.
 void Touch(xmlNodePtr node);
 
+/// Starts libxml2 for the whole process, once, whichever thread comes first: its own start on
+/// first use is not safe when two threads begin at once. Called before any document is made or
+/// parsed. Never fails.
+void InitLibrary();
+
 /// A new holder with an empty document and no references; null when out of memory.
 Document* NewDocument();
 void AddRef(Document* d);
@@ -132,7 +137,8 @@ int32_t SetText(xmlNodePtr node, const std::string& text);
 /// DOM nodeValue write.
 int32_t SetValue(xmlNodePtr node, const std::string& value);
 /// While alive, libxml2's messages on this thread go nowhere (the former handlers come back at the
-/// end). The layer never reports what was wrong with a document or an expression.
+/// end); libxml2 keeps its error handlers per thread, so other threads keep theirs meanwhile. The
+/// layer never reports what was wrong with a document or an expression.
 class QuietErrors {
 public:
     QuietErrors();

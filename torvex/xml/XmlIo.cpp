@@ -63,6 +63,7 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
     if (bytes.size() > static_cast<size_t>(INT_MAX)) {
         return nullptr;
     }
+    InitLibrary();
     QuietErrors quiet;
     xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
     if (ctxt == nullptr) {
@@ -77,6 +78,7 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
 // Wide text parsed without a UTF-8 copy of the whole: it goes to the parser in pieces, each
 // converted as it is pushed, so that a large document is never held twice while it is read.
 xmlDocPtr ParseWide(std::wstring_view text, int options) {
+    InitLibrary();
     QuietErrors quiet;
     xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr);
     if (ctxt == nullptr) {
