@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -21,8 +22,15 @@ void WorkerPool::Run(size_t threads, size_t count, const std::function<void(size
     };
     std::vector<std::thread> pool;
     pool.reserve(threads - 1);
-    for (size_t t = 1; t < threads; ++t)
-        pool.emplace_back(work);
+    for (size_t t = 1; t < threads; ++t) {
+        // A thread the system refuses leaves its share to the threads already running and to
+        // this one: fewer threads, the same work.
+        try {
+            pool.emplace_back(work);
+        } catch (const std::system_error&) {
+            break;
+        }
+    }
     work();
     for (std::thread& thread : pool)
         thread.join();
