@@ -228,16 +228,10 @@ int RunChecks(const CheckOptions& options, std::ostream& out, std::ostream& err)
         const BatchFamily& entry = families[i];
         const std::string& path = entry.input.familyPath;
         std::ostringstream familyOut, familyErr;
-        std::string why = entry.error;
-        std::unique_ptr<CEncapFamily> family;
-        if (why.empty())
-            family = OpenFamily(entry.input, MakeUnitsProvider(materials), why);
+        const std::unique_ptr<CEncapFamily> family =
+            OpenBatchFamily(entry, materials, json, familyOut, familyErr);
         JobOutput output;
         if (!family) {
-            const std::string message = MessageNaming(path, why);
-            familyErr << "torvex: " << message << '\n';
-            if (json)
-                familyOut << Json{{"family", path}, {"error", message}}.dump(2) << '\n';
             output.exitCode = NotOpened;
         } else {
             const Report report = CheckTable(*family->GetEncapFamilyTable());

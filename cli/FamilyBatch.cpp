@@ -1,5 +1,12 @@
 #include "FamilyBatch.h"
 
+#include "HostProvider.h"
+#include "TextFormats.h"
+
+#include "torvex/family/CEncapFamily.h"
+
+#include <ostream>
+
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
@@ -73,6 +80,24 @@ unsigned JobThreads(unsigned asked) {
 
 std::string MessageNaming(const std::string& path, const std::string& message) {
     return message.find(path) != std::string::npos ? message : path + ": " + message;
+}
+
+std::unique_ptr<CEncapFamily> OpenBatchFamily(const BatchFamily& entry,
+                                              std::shared_ptr<const CMaterialTable> materials,
+                                              bool json, std::ostream& out, std::ostream& err) {
+    const std::string& path = entry.input.familyPath;
+    std::string why = entry.error;
+    std::unique_ptr<CEncapFamily> family;
+    if (why.empty())
+        family = OpenFamily(entry.input, MakeUnitsProvider(std::move(materials)), why);
+    if (!family) {
+        const std::string message = MessageNaming(path, why);
+        err << "torvex: " << message << '\n';
+        if (json)
+            out << "{\n  \"family\": " << JsonString(path)
+                << ",\n  \"error\": " << JsonString(message) << "\n}\n";
+    }
+    return family;
 }
 
 } // namespace torvex::cli

@@ -4,8 +4,15 @@
 
 #include "FamilyFile.h"
 
+#include <iosfwd>
+#include <memory>
 #include <string>
 #include <vector>
+
+namespace torvex {
+class CEncapFamily;
+class CMaterialTable;
+} // namespace torvex
 
 namespace torvex::cli {
 
@@ -28,6 +35,13 @@ std::vector<BatchFamily> ListFamilies(const std::vector<std::string>& words,
 
 /// The threads for -j: `asked`, or the number of cores when it is 0. Never fails.
 unsigned JobThreads(unsigned asked);
+
+/// Opens the family of a batch with the reference host and the materials. Null when it can't be
+/// opened: the message naming it then goes to `err` and, with `json`, an object with "family"
+/// and "error" to `out`. Never throws.
+std::unique_ptr<CEncapFamily> OpenBatchFamily(const BatchFamily& entry,
+                                              std::shared_ptr<const CMaterialTable> materials,
+                                              bool json, std::ostream& out, std::ostream& err);
 
 /// A message about the family at `path`: `message` itself when it names the path, else the path
 /// and the message. Never fails.

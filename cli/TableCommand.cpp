@@ -198,17 +198,10 @@ int RunTables(const TableOptions& options, std::ostream& out, std::ostream& err)
         const BatchFamily& entry = families[i];
         const std::string& path = entry.input.familyPath;
         std::ostringstream familyOut, familyErr;
-        std::string why = entry.error;
-        std::unique_ptr<CEncapFamily> family;
-        if (why.empty())
-            family = OpenFamily(entry.input, MakeUnitsProvider(materials), why);
+        const std::unique_ptr<CEncapFamily> family =
+            OpenBatchFamily(entry, materials, json, familyOut, familyErr);
         JobOutput output;
         if (!family) {
-            const std::string message = MessageNaming(path, why);
-            familyErr << "torvex: " << message << '\n';
-            if (json)
-                familyOut << "{\n  \"family\": " << JsonString(path)
-                          << ",\n  \"error\": " << JsonString(message) << "\n}\n";
             output.exitCode = kExitFailed;
         } else {
             if (!json)

@@ -226,37 +226,11 @@ std::string Upper(std::string text) {
 
 } // namespace
 
-void AppendEscapedAttribute(std::string& out, const char* value) {
-    for (const char* p = value; *p != 0; ++p) {
-        switch (*p) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        case '\n':
-            out += "&#10;";
-            break;
-        case '\r':
-            out += "&#13;";
-            break;
-        case '\t':
-            out += "&#9;";
-            break;
-        default:
-            out += *p;
-        }
-    }
-}
+namespace {
 
-void AppendEscapedText(std::string& out, const char* text) {
+// Escapes as the serialiser does: markup characters always, and in an attribute value also the
+// double quote and the white space that a parser would normalise.
+void AppendEscaped(std::string& out, const char* text, bool attribute) {
     for (const char* p = text; *p != 0; ++p) {
         switch (*p) {
         case '&':
@@ -271,10 +245,29 @@ void AppendEscapedText(std::string& out, const char* text) {
         case '\r':
             out += "&#13;";
             break;
+        case '"':
+            out += attribute ? "&quot;" : "\"";
+            break;
+        case '\n':
+            out += attribute ? "&#10;" : "\n";
+            break;
+        case '\t':
+            out += attribute ? "&#9;" : "\t";
+            break;
         default:
             out += *p;
         }
     }
+}
+
+} // namespace
+
+void AppendEscapedAttribute(std::string& out, const char* value) {
+    AppendEscaped(out, value, true);
+}
+
+void AppendEscapedText(std::string& out, const char* text) {
+    AppendEscaped(out, text, false);
 }
 
 ParseResult ParseText(const wchar_t* text) {
