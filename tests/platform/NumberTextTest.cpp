@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
+#include <cstdint>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -48,6 +50,41 @@ TEST(NumberText, FormatsAgreeWithPrintfInTheCLocale) {
         }
     }
     EXPECT_EQ(FormatGeneral(123456.0), L"123456");
+}
+
+// The value format on values of every kind: random bit patterns, short decimals as a host's
+// arithmetic gives them, halves that tie at the precision (exactly or one step off), and the
+// neighbours of powers of ten, where the rounding carries into the next decade.
+TEST(NumberText, FormatGeneralAgreesWithPrintfOnManyValues) {
+    ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+    std::mt19937_64 random(20261123);
+    std::vector<double> values;
+    for (int i = 0; i < 6000; ++i) {
+        double bits = 0.0;
+        const uint64_t pattern = random();
+        std::memcpy(&bits, &pattern, sizeof bits);
+        if (std::isfinite(bits))
+            values.push_back(bits);
+    }
+    for (int i = 0; i < 6000; ++i) {
+        const double whole = static_cast<double>(random() % 100000000);
+        const int scale = static_cast<int>(random() % 30) - 15;
+        values.push_back(whole * std::pow(10.0, scale) * (i % 2 ? -1 : 1));
+        values.push_back((whole + 0.5) / std::pow(10.0, static_cast<int>(random() % 12)));
+        values.push_back(whole * 25.4 / 3.0);
+    }
+    for (int decade = -30; decade <= 30; ++decade) {
+        const double power = std::pow(10.0, decade);
+        for (double near : {power, std::nextafter(power, 0.0), std::nextafter(power, 1e300),
+                            power * 0.99999995, power * 0.999999995, power * 9.5, power * 2.5})
+            values.push_back(near);
+    }
+    for (double value : values) {
+        for (int precision = 1; precision <= 17; ++precision) {
+            ASSERT_EQ(FormatGeneral(value, precision), Printf("%.*g", precision, value))
+                << std::hexfloat << value << " " << precision;
+        }
+    }
 }
 
 // ParseLeadingDouble takes the longest number wcstod takes in the C locale, and says how much it

@@ -81,11 +81,10 @@ WideString CTableEvaluator::LocalizedLiteral(const WideString& piece,
     return copy;
 }
 
-WideString CTableEvaluator::FormatResult(double number) const {
-    WideString text = platform::FormatGeneral(number, 8);
+void CTableEvaluator::FormatResult(double number, WideString& text) const {
+    platform::FormatGeneral(number, 8, text);
     if (m_table && m_table->LocalizeDecimalSeparator())
         std::replace(text.begin(), text.end(), L'.', m_table->GetDecimalSeparator());
-    return text;
 }
 
 // One cell being evaluated: what EvaluateCell keeps of it while a cell it refers to is
@@ -112,6 +111,7 @@ struct CTableEvaluator::Frame {
         numericType = false;
         wholeText.isReference = false;
         wholeText.text.clear();
+        split = nullptr;
         next = last = nullptr;
         result = EvalOk;
         expression.clear();
@@ -133,6 +133,7 @@ struct CTableEvaluator::Frame {
     DataTypes::ColumnDataType dataType = DataTypes::DataString;
     bool numericType = false;
     FormulaPiece wholeText; // a text without a brace, as one literal
+    SplitText* split = nullptr; // a formula's pieces, from the memo
     const FormulaPiece* next = nullptr;
     const FormulaPiece* last = nullptr;
     EvaluateResult result = EvalOk;
@@ -140,6 +141,9 @@ struct CTableEvaluator::Frame {
     WideString unitless;   // references as bare numbers
     WideString value;      // the value of the reference being read; at the end the cell's value
     CEncapFamilyColumn* referenced = nullptr; // whose cell is evaluated for the reference
+    // Room for the host's answers, kept from cell to cell.
+    WideString internalUnit;
+    WideString internalText;
 };
 
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, WideString columnId,
@@ -264,13 +268,14 @@ bool CTableEvaluator::BeginCell(Frame& frame, bool recall) {
         frame.last = &frame.wholeText + 1;
         return false;
     }
-    const FormulaPieceList* pieces = SplitMemoized(text);
-    if (!pieces) {
+    SplitText* split = SplitMemoized(text);
+    if (!split) {
         frame.result = EvalSyntaxError;
         return true;
     }
-    frame.next = pieces->data();
-    frame.last = pieces->data() + pieces->size();
+    frame.split = split;
+    frame.next = split->pieces.data();
+    frame.last = split->pieces.data() + split->pieces.size();
     return false;
 }
 
@@ -279,8 +284,9 @@ bool CTableEvaluator::ContinueCell(Frame& frame) {
     for (; frame.next != frame.last; ++frame.next) {
         const FormulaPiece& piece = *frame.next;
         if (piece.isReference) {
-            // The table's GetValue, with the column looked up once for its value and its unit.
-            CEncapFamilyColumn* other = m_table->GetFamilyColumnByID(piece.text.c_str());
+            // The table's GetValue, with the column looked up once for its value and its unit
+            // (only a formula has references, and its split knows their columns).
+            CEncapFamilyColumn* other = ReferencedColumn(*frame.split, piece);
             frame.value.clear();
             EvaluateResult referenced = EvalExpressionFailed;
             if (other && typeid(*other) != typeid(CEncapFamilyColumn)) {
@@ -350,7 +356,8 @@ CTableEvaluator::EvaluateResult CTableEvaluator::FinishCell(Frame& frame) {
         // An expression for the host.
         if (!m_provider)
             return EvalExpressionFailed;
-        WideString internalUnit;
+        WideString& internalUnit = frame.internalUnit;
+        internalUnit.clear();
         if (m_provider->GetInternalUnit(unit, &internalUnit) < 0)
             return EvalExpressionFailed;
         double number = 0.0;
@@ -362,12 +369,12 @@ CTableEvaluator::EvaluateResult CTableEvaluator::FinishCell(Frame& frame) {
             result = EvalUnitMismatch;
         }
         if (internalUnit != unit && withUnits >= 0) {
-            const WideString internalText = platform::FormatGeneral(number, 6);
-            if (m_provider->ConvertUnits(internalText.c_str(), internalUnit.c_str(), unit,
+            platform::FormatGeneral(number, 6, frame.internalText);
+            if (m_provider->ConvertUnits(frame.internalText.c_str(), internalUnit.c_str(), unit,
                                          &number) < 0)
                 return EvalExpressionFailed;
         }
-        value = FormatResult(number);
+        FormatResult(number, value);
     }
 
     frame.column->SetCacheValue(frame.rowId.c_str(), frame.language.c_str(), value.c_str());
@@ -510,7 +517,7 @@ CTableEvaluator::EvaluateExpression(WideString expression, DataTypes::ColumnForm
         // A success with a remark is not good enough here.
         if (status != 0)
             return EvalTypeMismatch;
-        value = FormatResult(number);
+        FormatResult(number, value);
     }
     out = value;
     return EvalOk;
@@ -592,13 +599,26 @@ int CutIntoPieces(const WideString& source, FormulaPieceList& pieces) {
 
 } // namespace
 
-const FormulaPieceList* CTableEvaluator::SplitMemoized(const WideString& source) {
+CTableEvaluator::SplitText* CTableEvaluator::SplitMemoized(const WideString& source) {
     if (const auto known = m_splitMemo.find(source); known != m_splitMemo.end())
         return &known->second;
-    FormulaPieceList pieces;
-    if (CutIntoPieces(source, pieces) != 0)
+    SplitText split;
+    if (CutIntoPieces(source, split.pieces) != 0)
         return nullptr;
-    return &m_splitMemo.emplace(source, std::move(pieces)).first->second;
+    split.columns.resize(split.pieces.size());
+    return &m_splitMemo.emplace(source, std::move(split)).first->second;
+}
+
+CEncapFamilyColumn* CTableEvaluator::ReferencedColumn(SplitText& split, const FormulaPiece& piece) {
+    const uint64_t generation = m_table->GetColumnsGeneration();
+    if (split.generation != generation) {
+        for (size_t i = 0; i < split.pieces.size(); ++i)
+            split.columns[i] = split.pieces[i].isReference
+                                   ? m_table->GetFamilyColumnByID(split.pieces[i].text.c_str())
+                                   : nullptr;
+        split.generation = generation;
+    }
+    return split.columns[static_cast<size_t>(&piece - split.pieces.data())];
 }
 
 int CTableEvaluator::SplitFormula(const wchar_t* text, FormulaPieceList& pieces) {
@@ -610,12 +630,15 @@ int CTableEvaluator::SplitFormula(const wchar_t* text, FormulaPieceList& pieces)
         return 0;
     }
     if (const auto known = m_splitMemo.find(source); known != m_splitMemo.end()) {
-        pieces = known->second;
+        pieces = known->second.pieces;
         return 0;
     }
     if (CutIntoPieces(source, pieces) != 0)
         return 1;
-    m_splitMemo.emplace(source, pieces);
+    SplitText split;
+    split.pieces = pieces;
+    split.columns.resize(pieces.size());
+    m_splitMemo.emplace(source, std::move(split));
     return 0;
 }
 

@@ -11,10 +11,11 @@
 #include "torvex/evaluation/FormulaPiece.h"
 #include "torvex/platform/WideString.h"
 #include "torvex/text/DataTypes.h"
+#include "torvex/text/TextHash.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string_view>
@@ -184,9 +185,20 @@ private:
     /// Remembers the frame's result when it is not 0 and nothing changed while it evaluated.
     void RememberOutcome(const Frame& frame);
 
-    /// The pieces of a text with a brace, from the memo (entered on first use); null for
-    /// unbalanced braces. The list lives as long as the evaluator.
-    const FormulaPieceList* SplitMemoized(const WideString& source);
+    /// A text with a brace cut into pieces, and the column each reference names, looked up while
+    /// the table's columns stand as they did then (`generation`), so that a formula evaluated
+    /// on every row finds its columns once.
+    struct SplitText {
+        FormulaPieceList pieces;
+        std::vector<CEncapFamilyColumn*> columns; // by piece; null for literals and unknown ids
+        uint64_t generation = UINT64_MAX;         // of the table's columns; the maximum: none yet
+    };
+    /// The split of a text with a brace, from the memo (entered on first use); null for
+    /// unbalanced braces. It lives as long as the evaluator.
+    SplitText* SplitMemoized(const WideString& source);
+    /// The column the reference at `piece` of the split names (null when unknown), looked up
+    /// again whenever the table's columns changed.
+    CEncapFamilyColumn* ReferencedColumn(SplitText& split, const FormulaPiece& piece);
     /// The range check of a FormulaRange text.
     EvaluateResult CheckRange(const wchar_t* text, DataTypes::ColumnDataType dataType,
                               const wchar_t* unit);
@@ -195,11 +207,12 @@ private:
                                std::vector<CEncapFamilyColumn*>* added);
     /// A Real literal with the family's decimal separator when it localizes; else unchanged.
     WideString LocalizedLiteral(const WideString& piece, DataTypes::ColumnDataType dataType) const;
-    /// The final number formatted with "%.8g", with the family's separator when it localizes.
-    WideString FormatResult(double number) const;
+    /// The final number formatted with "%.8g" into `text`, with the family's separator when it
+    /// localizes.
+    void FormatResult(double number, WideString& text) const;
 
     CEncapFamilyTable* m_table = nullptr;
-    std::map<WideString, FormulaPieceList> m_splitMemo;
+    std::unordered_map<WideString, SplitText, TextHash, std::equal_to<>> m_splitMemo;
     std::set<WideString> m_inProgress;
     CCircularDependencyChecker::SpareEntries m_spareEntries; // entries of m_inProgress, reused
     IEvaluatorProvider* m_provider = nullptr;

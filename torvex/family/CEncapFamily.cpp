@@ -83,18 +83,23 @@ void CEncapFamily::InitializeData(const wchar_t* familyXml, const WideStringList
     root.GetChildNode(FamilyNames::ElemParameterMap, parameterMap);
     m_mapping = new CEncapFamilyMapping(templates, parameterMap, this);
 
-    // Categories/Category//CategoryParameter
-    WideString path = FamilyNames::ElemCategories;
-    path += L'/';
-    path += FamilyNames::ElemCategory;
-    path += L"//";
-    path += FamilyNames::ElemCategoryParameter;
-    XMLNodeArray parameters;
-    root.SelectChildNodes(path.c_str(), parameters);
-    for (const XMLNode& parameter : parameters) {
-        WideString name;
-        if (parameter.GetProperty(FamilyNames::AttrInternalName, name))
-            m_categoryParameters.SetAt(name, parameter);
+    // Categories/Category//CategoryParameter, asked category by category: the path asked from
+    // the root at once is matched against every node of the document, rows and cells too. The
+    // categories' subtrees don't overlap, so the parameters come in the same order.
+    WideString categoriesPath = FamilyNames::ElemCategories;
+    categoriesPath += L'/';
+    categoriesPath += FamilyNames::ElemCategory;
+    const WideString parametersPath = WideString(L".//") + FamilyNames::ElemCategoryParameter;
+    XMLNodeArray categories;
+    root.SelectChildNodes(categoriesPath.c_str(), categories);
+    for (const XMLNode& category : categories) {
+        XMLNodeArray parameters;
+        category.SelectChildNodes(parametersPath.c_str(), parameters);
+        for (const XMLNode& parameter : parameters) {
+            WideString name;
+            if (parameter.GetProperty(FamilyNames::AttrInternalName, name))
+                m_categoryParameters.SetAt(name, parameter);
+        }
     }
 
     XMLNode tableNode;

@@ -11,6 +11,7 @@
 #include "torvex/text/DataTypes.h"
 #include "torvex/xml/XMLNode.h"
 
+#include <cstdint>
 #include <map>
 #include <vector>
 
@@ -61,6 +62,9 @@ public:
     CEncapFamilyRow* GetFamilyRowByID(const wchar_t* rowId) const;
     /// The column with the id, ignoring case; null if absent.
     CEncapFamilyColumn* GetFamilyColumnByID(const wchar_t* columnId) const;
+    /// Moves on whenever a column is added, replaced or removed, so that what was looked up by
+    /// id holds while it stands. Never fails.
+    uint64_t GetColumnsGeneration() const { return m_columns.GetGeneration(); }
     /// The row at the index; null for an index out of range.
     CEncapFamilyRow* GetFamilyRowByIndex(int index) const;
     /// The column at the index; null for an index out of range.

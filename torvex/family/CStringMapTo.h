@@ -87,6 +87,10 @@ public:
     size_t GetSize() const { return m_table.Size(); }
     /// True when there is no entry. Never fails.
     bool IsEmpty() const { return m_table.Empty(); }
+    /// Moves on with every change that may alter what a key finds (SetAt, operator[], RemoveKey,
+    /// RemoveAll), so that a caller can keep what it looked up while the count stands. Never
+    /// fails.
+    uint64_t GetGeneration() const { return m_generation; }
 
     /// Enters or overwrites the value under the folded key; an overwritten value is not
     /// released. A null key counts as the empty string. Fails only by running out of memory.
@@ -94,13 +98,17 @@ public:
         auto [node, made] = Enter(FoldMapKey(key), value);
         if (!made)
             node->value.value = value;
+        ++m_generation;
     }
     /// Enters or overwrites; see the other form.
     void SetAt(const WideString& key, ARG_V value) { SetAt(key.c_str(), value); }
 
     /// The value under the folded key, entered with a value-initialised V when absent. Fails
     /// only by running out of memory.
-    V& operator[](const wchar_t* key) { return Enter(FoldMapKey(key), V()).first->value.value; }
+    V& operator[](const wchar_t* key) {
+        ++m_generation; // the caller may store through the reference
+        return Enter(FoldMapKey(key), V()).first->value.value;
+    }
     /// See the other form.
     V& operator[](const WideString& key) { return (*this)[key.c_str()]; }
 
@@ -132,6 +140,7 @@ public:
         if (!node)
             return false;
         m_lastHit = nullptr;
+        ++m_generation;
         Node** link = &m_buckets[node->value.bucket];
         while (*link != node)
             link = &(*link)->value.next;
@@ -145,6 +154,7 @@ public:
     /// Drops every entry and the bucket array; pointed-to objects are not released.
     void RemoveAll() {
         m_lastHit = nullptr;
+        ++m_generation;
         m_buckets.clear();
         m_buckets.shrink_to_fit();
         m_table.Clear(); // entry after entry in memory, not chain after chain
@@ -224,6 +234,7 @@ private:
     // until removed).
     mutable WideString m_lastKey;
     mutable const Node* m_lastHit = nullptr;
+    uint64_t m_generation = 0;
 };
 
 } // namespace torvex

@@ -16,6 +16,7 @@
 #include <string>
 #include <unordered_map>
 #include <vector>
+#include <string_view>
 
 namespace torvex {
 namespace {
@@ -259,7 +260,7 @@ bool CEncapFamilyMapping::FindVisibleColumn(const wchar_t* columnId, XMLNode& co
 bool CEncapFamilyMapping::IsFamilyColumnLocalized(const wchar_t* columnId) {
     if (!columnId)
         return false;
-    const auto cached = m_localizedColumns.find(columnId);
+    const auto cached = m_localizedColumns.find(std::wstring_view(columnId));
     if (cached != m_localizedColumns.end())
         return cached->second;
 

@@ -18,10 +18,13 @@
 #include "torvex/family/CEncapFamilyColIPropertyData.h"
 #include "torvex/family/CStringMapTo.h"
 #include "torvex/platform/WideString.h"
+#include "torvex/text/TextHash.h"
 #include "torvex/xml/XMLNode.h"
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <unordered_map>
 
 namespace torvex {
 
@@ -152,7 +155,10 @@ private:
     /// is missing.
     CEncapFamilyTemplateParameter* FindParameter(const WideString& templateName, int id) const;
     /// Drops the column's localization answer (id as spelled).
-    void ForgetLocalized(const WideString& columnId) { m_localizedColumns.erase(columnId); }
+    void ForgetLocalized(const WideString& columnId) {
+        if (const auto found = m_localizedColumns.find(columnId); found != m_localizedColumns.end())
+            m_localizedColumns.erase(found);
+    }
 
     /// What the load looks up once per column, gathered in one pass over the document.
     struct LoadIndex;
@@ -167,7 +173,8 @@ private:
     WideStringList m_templateNames;
     CStringMapTo<CEncapMemberColToTemplate*> m_colToTemplate;
     CStringMapTo<CEncapMemberColToParam*> m_colToParam;
-    std::map<WideString, bool> m_localizedColumns;
+    // Hashed and looked up by view: each evaluated cell asks.
+    std::unordered_map<WideString, bool, TextHash, std::equal_to<>> m_localizedColumns;
     std::unique_ptr<LoadIndex> m_loadIndex;
 };
 

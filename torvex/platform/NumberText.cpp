@@ -17,6 +17,13 @@ std::wstring Widen(const char* begin, const char* end) {
     return std::wstring(begin, end);
 }
 
+// Widens ASCII into `out` in place: assigning a range of another character type would build a
+// temporary text first.
+void AssignWidened(std::wstring& out, const char* begin, const char* end) {
+    out.resize(static_cast<size_t>(end - begin));
+    std::copy(begin, end, out.begin());
+}
+
 bool IsDigit(wchar_t c) {
     return c >= L'0' && c <= L'9';
 }
@@ -60,6 +67,98 @@ bool Overflows(const std::string& number, bool hex) {
     return magnitude > 0;
 }
 
+// printf("%.*g") for precisions up to 15 from double arithmetic: the value times a power of ten
+// that a double holds exactly is off its true product by half a unit in the last place at most,
+// so its rounding to an integer is certain unless the fraction lies that close to one half. Then
+// (and for zero, very large or very small values, and longer precisions) false: the exact
+// conversion decides. Writes at most 24 characters.
+bool FormatGeneralFast(double value, int precision, char* out, char*& end) {
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                         1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                         1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    constexpr int kMaxPower = 22;
+    if (precision > 15 || value == 0.0)
+        return false;
+    const double magnitude = std::fabs(value);
+    // The decade from the binary exponent: log10(2) is 78913 / 2^18 to within 1e-6, so the
+    // estimate falls short by one at most.
+    int binary = 0;
+    std::frexp(magnitude, &binary);
+    int exponent = ((binary - 1) * 78913) >> 18;
+    const double low = kPowers[precision - 1], high = kPowers[precision];
+    double digits = 0.0;
+    // log10 may miss the decade by one either way near a power of ten.
+    for (int attempt = 0;; ++attempt) {
+        if (attempt == 3)
+            return false;
+        const int shift = precision - 1 - exponent;
+        if (shift > kMaxPower || shift < -kMaxPower)
+            return false;
+        const double scaled =
+            shift >= 0 ? magnitude * kPowers[shift] : magnitude / kPowers[-shift];
+        const double whole = std::floor(scaled);
+        if (whole >= high) {
+            ++exponent;
+            continue;
+        }
+        if (whole < low) {
+            --exponent;
+            continue;
+        }
+        const double fraction = scaled - whole;
+        if (std::fabs(fraction - 0.5) <= scaled * 0x1p-50)
+            return false; // a tie, or too close to one to tell
+        digits = fraction > 0.5 ? whole + 1.0 : whole;
+        if (digits >= high) { // 9.99...5 rounds up into the next decade
+            digits = low;
+            ++exponent;
+        }
+        break;
+    }
+
+    char text[16];
+    auto number = static_cast<unsigned long long>(digits);
+    for (int i = precision - 1; i >= 0; --i, number /= 10)
+        text[i] = static_cast<char>('0' + number % 10);
+    int significant = precision; // without the trailing zeros
+    while (significant > 1 && text[significant - 1] == '0')
+        --significant;
+
+    char* p = out;
+    if (std::signbit(value))
+        *p++ = '-';
+    if (exponent < -4 || exponent >= precision) {
+        *p++ = text[0];
+        if (significant > 1) {
+            *p++ = '.';
+            for (int i = 1; i < significant; ++i)
+                *p++ = text[i];
+        }
+        *p++ = 'e';
+        *p++ = exponent < 0 ? '-' : '+';
+        const int shown = exponent < 0 ? -exponent : exponent; // below 40 here
+        *p++ = static_cast<char>('0' + shown / 10 % 10);
+        *p++ = static_cast<char>('0' + shown % 10);
+    } else if (exponent >= 0) {
+        for (int i = 0; i <= exponent; ++i)
+            *p++ = text[i];
+        if (significant > exponent + 1) {
+            *p++ = '.';
+            for (int i = exponent + 1; i < significant; ++i)
+                *p++ = text[i];
+        }
+    } else {
+        *p++ = '0';
+        *p++ = '.';
+        for (int i = exponent; i < -1; ++i)
+            *p++ = '0';
+        for (int i = 0; i < significant; ++i)
+            *p++ = text[i];
+    }
+    end = p;
+    return true;
+}
+
 std::wstring NonFinite(double value) {
     if (std::isnan(value))
         return std::signbit(value) ? L"-nan" : L"nan";
@@ -79,8 +178,16 @@ std::wstring FormatFixed(double value, int decimals) {
 }
 
 std::wstring FormatGeneral(double value, int precision) {
-    if (!std::isfinite(value))
-        return NonFinite(value);
+    std::wstring text;
+    FormatGeneral(value, precision, text);
+    return text;
+}
+
+void FormatGeneral(double value, int precision, std::wstring& out) {
+    if (!std::isfinite(value)) {
+        out = NonFinite(value);
+        return;
+    }
     // As printf: a negative precision counts as none given (6), a zero one as 1.
     if (precision < 0)
         precision = 6;
@@ -89,6 +196,11 @@ std::wstring FormatGeneral(double value, int precision) {
     // The longest exact form (a denormal) has 767 significant digits; room for sign, point and
     // exponent besides. The usual precisions fit a buffer on the stack.
     char local[64];
+    char* fastEnd = nullptr;
+    if (FormatGeneralFast(value, precision, local, fastEnd)) {
+        AssignWidened(out, local, fastEnd);
+        return;
+    }
     std::string heap;
     char* buffer = local;
     size_t size = sizeof local;
@@ -99,7 +211,7 @@ std::wstring FormatGeneral(double value, int precision) {
     }
     auto result =
         std::to_chars(buffer, buffer + size, value, std::chars_format::general, precision);
-    return Widen(buffer, result.ptr);
+    AssignWidened(out, buffer, result.ptr);
 }
 
 double ParseLeadingDouble(const wchar_t* text, size_t* consumed) {

@@ -11,6 +11,8 @@ namespace torvex::platform {
 std::wstring FormatFixed(double value, int decimals);
 /// printf("%.*g", precision, value) as in the "C" locale; never fails.
 std::wstring FormatGeneral(double value, int precision = 6);
+/// The same into `out`, whose room is reused; never fails.
+void FormatGeneral(double value, int precision, std::wstring& out);
 /// wcstod in the "C" locale: leading white space, a sign, then the longest decimal, hexadecimal,
 /// infinity or NaN form. Gives 0.0 and *consumed == 0 when no number starts the text; a null
 /// text counts as empty. Out-of-range values give +-HUGE_VAL or 0 as wcstod does.

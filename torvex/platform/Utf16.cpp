@@ -21,7 +21,12 @@ std::string ToUtf8(std::wstring_view text) {
         length += c < 0x80 ? 1 : c < 0x800 ? 2 : (c < 0x10000 || c >= 0x110000) ? 3 : 4;
     }
     std::string out(length, '\0');
-    char* p = out.data();
+    ToUtf8(text, out.data());
+    return out;
+}
+
+size_t ToUtf8(std::wstring_view text, char* out) {
+    char* p = out;
     for (wchar_t w : text) {
         char32_t c = static_cast<char32_t>(w);
         if (c < 0x80) {
@@ -42,7 +47,7 @@ std::string ToUtf8(std::wstring_view text) {
         }
         *p++ = static_cast<char>(0x80 | (c & 0x3F));
     }
-    return out;
+    return static_cast<size_t>(p - out);
 }
 
 std::wstring FromUtf8(std::string_view bytes) {

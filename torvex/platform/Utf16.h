@@ -10,6 +10,9 @@ namespace torvex::platform {
 
 /// UTF-8 of wide text; never fails (invalid code points become U+FFFD).
 std::string ToUtf8(std::wstring_view text);
+/// The same written to `out`, which must have room for 4 bytes a character; the number of
+/// bytes written. Never fails.
+size_t ToUtf8(std::wstring_view text, char* out);
 /// Wide text of UTF-8 bytes; never fails (invalid sequences become U+FFFD).
 std::wstring FromUtf8(std::string_view bytes);
 /// UTF-16 code units of wide text: characters above U+FFFF become surrogate pairs.

@@ -6,6 +6,7 @@
 #include <libxml/xmlsave.h>
 
 #include <climits>
+#include <memory>
 #include <string_view>
 
 #include "torvex/platform/Utf16.h"
@@ -88,13 +89,13 @@ xmlDocPtr ParseWide(std::wstring_view text, int options) {
     xmlCtxtUseOptions(ctxt, options);
     xmlSwitchEncoding(ctxt, XML_CHAR_ENCODING_UTF8);
     constexpr size_t kPiece = 1 << 15; // characters converted and pushed at a time
-    std::string piece;
+    // One buffer for every piece, with room for the longest a piece's UTF-8 can be.
+    const std::unique_ptr<char[]> piece(new char[kPiece * 4]);
     bool pushed = true;
     for (size_t at = 0; pushed && at < text.size(); at += kPiece) {
-        piece = platform::ToUtf8(text.substr(at, kPiece));
-        pushed =
-            xmlParseChunk(ctxt, piece.data(), static_cast<int>(piece.size()), 0) == XML_ERR_OK &&
-            ctxt->wellFormed != 0;
+        const size_t length = platform::ToUtf8(text.substr(at, kPiece), piece.get());
+        pushed = xmlParseChunk(ctxt, piece.get(), static_cast<int>(length), 0) == XML_ERR_OK &&
+                 ctxt->wellFormed != 0;
     }
     if (pushed) {
         xmlParseChunk(ctxt, nullptr, 0, 1);
