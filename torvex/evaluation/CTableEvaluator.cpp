@@ -148,6 +148,12 @@ struct CTableEvaluator::Frame {
 
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, WideString columnId,
                                                               WideString language) {
+    return EvaluateCellOf(rowId, columnId, language);
+}
+
+CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_view rowId,
+                                                                std::wstring_view columnId,
+                                                                std::wstring_view language) {
     // A reference to a cell that isn't cached yet pushes a frame for that cell, and its value
     // goes back to the frame below when it is done: what the nested calls would do (each
     // reference through the column's GetValue, the table's Evaluate and EvaluateCell), on a list
@@ -233,7 +239,8 @@ bool CTableEvaluator::BeginCell(Frame& frame, bool recall) {
     const WideString& rowId = frame.rowId;
     const WideString& columnId = frame.columnId;
     const WideString& language = frame.language;
-    WideString text;
+    // Read into the frame's own text, whose room serves cell after cell.
+    WideString& text = frame.wholeText.text;
     long status = 1;
     const bool localized = column->IsLocalized();
     if (localized)
@@ -263,12 +270,16 @@ bool CTableEvaluator::BeginCell(Frame& frame, bool recall) {
 
     // A text without a brace is one literal; a formula's pieces come from the memo, uncopied.
     if (text.find(L'{') == WideString::npos) {
-        frame.wholeText.text = std::move(text);
         frame.next = &frame.wholeText;
         frame.last = &frame.wholeText + 1;
         return false;
     }
-    SplitText* split = SplitMemoized(text);
+    // A column's cells mostly share its formula: the split found last for the column is
+    // compared before the memo hashes the text.
+    SplitText*& hint = m_columnSplits[column];
+    if (!hint || *hint->text != text)
+        hint = SplitMemoized(text);
+    SplitText* split = hint;
     if (!split) {
         frame.result = EvalSyntaxError;
         return true;
@@ -606,7 +617,9 @@ CTableEvaluator::SplitText* CTableEvaluator::SplitMemoized(const WideString& sou
     if (CutIntoPieces(source, split.pieces) != 0)
         return nullptr;
     split.columns.resize(split.pieces.size());
-    return &m_splitMemo.emplace(source, std::move(split)).first->second;
+    const auto entered = m_splitMemo.emplace(source, std::move(split)).first;
+    entered->second.text = &entered->first;
+    return &entered->second;
 }
 
 CEncapFamilyColumn* CTableEvaluator::ReferencedColumn(SplitText& split, const FormulaPiece& piece) {
@@ -638,7 +651,8 @@ int CTableEvaluator::SplitFormula(const wchar_t* text, FormulaPieceList& pieces)
     SplitText split;
     split.pieces = pieces;
     split.columns.resize(pieces.size());
-    m_splitMemo.emplace(source, std::move(split));
+    const auto entered = m_splitMemo.emplace(source, std::move(split)).first;
+    entered->second.text = &entered->first;
     return 0;
 }
 

@@ -76,6 +76,10 @@ public:
     /// value, a remembered outcome does not see an edit made to the DOM directly or a change of
     /// the host's answers.
     EvaluateResult EvaluateCell(WideString rowId, WideString columnId, WideString language);
+    /// EvaluateCell on views, for the table's own reads, which then copy no text; the views need
+    /// only last until the cell's evaluation has begun. EvaluateCell's results.
+    EvaluateResult EvaluateCellOf(std::wstring_view rowId, std::wstring_view columnId,
+                                  std::wstring_view language);
     /// EvaluateCell, then, on 0 and for a unit other than the column's, the value converted to
     /// `unit` replaces the cached one in the actual language. EvaluateCell's result.
     EvaluateResult EvaluateInUnit(WideString rowId, WideString columnId, WideString language,
@@ -189,6 +193,7 @@ private:
     /// the table's columns stand as they did then (`generation`), so that a formula evaluated
     /// on every row finds its columns once.
     struct SplitText {
+        const WideString* text = nullptr; // the memo's key
         FormulaPieceList pieces;
         std::vector<CEncapFamilyColumn*> columns; // by piece; null for literals and unknown ids
         uint64_t generation = UINT64_MAX;         // of the table's columns; the maximum: none yet
@@ -213,6 +218,9 @@ private:
 
     CEncapFamilyTable* m_table = nullptr;
     std::unordered_map<WideString, SplitText, TextHash, std::equal_to<>> m_splitMemo;
+    // The split each column's cell used last (the address may be that of a column deleted
+    // since: only the text compared decides).
+    std::unordered_map<const CEncapFamilyColumn*, SplitText*> m_columnSplits;
     std::set<WideString> m_inProgress;
     CCircularDependencyChecker::SpareEntries m_spareEntries; // entries of m_inProgress, reused
     IEvaluatorProvider* m_provider = nullptr;

@@ -99,8 +99,9 @@ Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* languag
         return result;
     const wchar_t* row = Text(rowId);
     const wchar_t* lang = Text(language);
-    return ReadBackEvaluated(row, lang,
-                             m_table->Evaluate(WideString(row), m_columnId, WideString(lang)), out);
+    // The table's Evaluate, without copies of the texts.
+    return ReadBackEvaluated(row, lang, m_table->GetEvaluator()->EvaluateCellOf(row, m_columnId, lang),
+                             out);
 }
 
 bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language,
