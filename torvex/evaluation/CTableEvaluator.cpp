@@ -158,7 +158,13 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
     // goes back to the frame below when it is done: what the nested calls would do (each
     // reference through the column's GetValue, the table's Evaluate and EvaluateCell), on a list
     // instead of the stack. The frames' guards make up the in-progress set, as the calls' would.
+    // The list's room is kept for the next top-level cell; a host's call that comes back into
+    // the evaluation while this one runs takes a list of its own.
     std::vector<Frame*> frames;
+    if (!m_spareFrameLists.empty()) {
+        frames = std::move(m_spareFrameLists.back());
+        m_spareFrameLists.pop_back();
+    }
     // Frames come from the pool and go back to it, also when a host's call comes back into
     // the evaluation while this one runs.
     auto push = [&](std::wstring_view row, std::wstring_view column, std::wstring_view lang) {
@@ -183,11 +189,17 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
     struct Unwind {
         std::vector<Frame*>& frames;
         decltype(pop)& popFrame;
+        std::vector<std::vector<Frame*>>& spareLists;
         ~Unwind() {
             while (!frames.empty())
                 popFrame();
+            try {
+                spareLists.push_back(std::move(frames));
+            } catch (...) {
+                // No room to keep the list: it is simply freed.
+            }
         }
-    } unwind{frames, pop};
+    } unwind{frames, pop, m_spareFrameLists};
     push(rowId, columnId, language);
     // The cell asked for is evaluated whatever is remembered of it: each read of a cell that
     // fails or gives 8 asks the host again. Only the cells it refers to are recalled.

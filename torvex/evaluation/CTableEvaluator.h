@@ -228,6 +228,7 @@ private:
     uint64_t m_outcomesChangeCount = 0; // the value cache's count the outcomes belong to
     // Frames of finished cells, kept with the room of their texts for the next cells.
     std::vector<std::unique_ptr<Frame>> m_framePool;
+    std::vector<std::vector<Frame*>> m_spareFrameLists; // lists of frames, empty, with their room
 };
 
 } // namespace torvex
