@@ -5,10 +5,10 @@
 #include <cfloat>
 #include <clocale>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
-#include <cstdint>
 #include <limits>
 #include <random>
 #include <string>

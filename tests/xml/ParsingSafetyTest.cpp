@@ -14,7 +14,8 @@ using xmltest::Xml;
 // Text nodes of white space only go everywhere (CDATA stays); the declared encoding doesn't
 // change how wide text is read, a byte order mark is dropped, and the written text parses again.
 TEST(XmlParsing, WhiteSpaceTextIsDroppedAndWideTextReadAsItStands) {
-    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+    const std::wstring blanks(5000, L' ');
+    const std::pair<std::wstring, std::wstring> cases[] = {
         {L"<a>\n  <b/>\n  <c/>\n</a>", L"<a><b/><c/></a>\n"},
         {L"<a>   </a>", L"<a/>\n"},
         {L"<a> <b/> x <c/> </a>", L"<a><b/> x <c/></a>\n"},
@@ -28,11 +29,15 @@ TEST(XmlParsing, WhiteSpaceTextIsDroppedAndWideTextReadAsItStands) {
          L"<?xml version='1.0' encoding='ISO-8859-1'?>\n<a>\u00e9</a>\n"},
         {L"\uFEFF<?xml version=\"1.0\"?>\n<a/>", L"<?xml version=\"1.0\"?>\n<a/>\n"},
         {L"<a>\u00e9</a>", L"<a>\u00e9</a>\n"},
+        // Blank by a character reference; blank runs the parser hands over in several pieces.
+        {L"<a>&#32;<b/>&#10;</a>", L"<a><b/></a>\n"},
+        {L"<a><b>" + blanks + L"</b></a>", L"<a><b/></a>\n"},
+        {L"<a>" + blanks + L"x</a>", L"<a>" + blanks + L"x</a>\n"},
     };
     for (const auto& [text, expected] : cases) {
         XMLParser parser;
-        EXPECT_TRUE(parser.SetXml(text)) << Narrow(text);
-        EXPECT_EQ(Xml(parser), expected) << Narrow(text);
+        EXPECT_TRUE(parser.SetXml(text.c_str())) << Narrow(text.c_str());
+        EXPECT_EQ(Xml(parser), expected) << Narrow(text.c_str());
         EXPECT_EQ(Xml(XMLParser(Xml(parser).c_str())), expected) << "written text parses again";
     }
 }

@@ -132,7 +132,7 @@ struct CTableEvaluator::Frame {
     const wchar_t* unit = nullptr; // the column's unit, "ul" for none
     DataTypes::ColumnDataType dataType = DataTypes::DataString;
     bool numericType = false;
-    FormulaPiece wholeText; // a text without a brace, as one literal
+    FormulaPiece wholeText;     // a text without a brace, as one literal
     SplitText* split = nullptr; // a formula's pieces, from the memo
     const FormulaPiece* next = nullptr;
     const FormulaPiece* last = nullptr;

@@ -100,8 +100,8 @@ Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* languag
     const wchar_t* row = Text(rowId);
     const wchar_t* lang = Text(language);
     // The table's Evaluate, without copies of the texts.
-    return ReadBackEvaluated(row, lang, m_table->GetEvaluator()->EvaluateCellOf(row, m_columnId, lang),
-                             out);
+    return ReadBackEvaluated(row, lang,
+                             m_table->GetEvaluator()->EvaluateCellOf(row, m_columnId, lang), out);
 }
 
 bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language,

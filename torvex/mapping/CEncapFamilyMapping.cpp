@@ -14,9 +14,9 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
-#include <string_view>
 
 namespace torvex {
 namespace {

@@ -94,8 +94,7 @@ bool FormatGeneralFast(double value, int precision, char* out, char*& end) {
         const int shift = precision - 1 - exponent;
         if (shift > kMaxPower || shift < -kMaxPower)
             return false;
-        const double scaled =
-            shift >= 0 ? magnitude * kPowers[shift] : magnitude / kPowers[-shift];
+        const double scaled = shift >= 0 ? magnitude * kPowers[shift] : magnitude / kPowers[-shift];
         const double whole = std::floor(scaled);
         if (whole >= high) {
             ++exponent;

@@ -35,7 +35,8 @@ WideString GenericXmlFilename() {
 }
 
 void Load(Document* d, const ParseResult& parsed) {
-    ReplaceContent(d, parsed.doc, parsed.hasDeclaration ? &parsed.declaration : nullptr);
+    ReplaceContent(d, parsed.doc, parsed.hasDeclaration ? &parsed.declaration : nullptr,
+                   parsed.mayHoldBlankText);
 }
 
 } // namespace

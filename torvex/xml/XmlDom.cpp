@@ -1149,9 +1149,10 @@ int32_t CloneNode(xmlNodePtr node, bool deep, xmlNodePtr& out) {
 
 // ---- whole documents -------------------------------------------------------------------------
 
-void ReplaceContent(Document* d, xmlDocPtr parsed, const std::string* declaration) {
+void ReplaceContent(Document* d, xmlDocPtr parsed, const std::string* declaration,
+                    bool mayHoldBlankText) {
     ++d->changes;
-    if (parsed != nullptr) {
+    if (parsed != nullptr && mayHoldBlankText) {
         StripBlankText(reinterpret_cast<xmlNodePtr>(parsed));
     }
     bool swap =

@@ -157,8 +157,10 @@ private:
 int32_t CloneNode(xmlNodePtr node, bool deep, xmlNodePtr& out);
 
 /// Replaces the document's content by the parsed document's (which is consumed; null empties
-/// the document). `declaration` is the data of the XML declaration, if the text had one.
-void ReplaceContent(Document* d, xmlDocPtr parsed, const std::string* declaration);
+/// the document), without its blank text nodes. `declaration` is the data of the XML
+/// declaration, if the text had one; `mayHoldBlankText` false spares the search for blank text.
+void ReplaceContent(Document* d, xmlDocPtr parsed, const std::string* declaration,
+                    bool mayHoldBlankText = true);
 /// Indents the live tree with white-space text nodes for a formatted save.
 void FormatTree(Document* d);
 /// The data of the document's XML declaration, if it has one.

@@ -1,5 +1,6 @@
 #include "torvex/xml/XmlIo.h"
 
+#include <libxml/SAX2.h>
 #include <libxml/encoding.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
@@ -35,10 +36,37 @@ void RefuseDocumentType(void* ctx, const xmlChar*, const xmlChar*, const xmlChar
     ctxt->wellFormed = 0;
 }
 
-// The parser's callbacks for any document: no document type, no messages.
+// Whether the parse running on this thread met a run of character data of white space alone.
+// A blank text node is made of such runs only, so a parse that met none made no blank text node
+// and the document needn't be searched for them.
+thread_local bool t_sawBlankText = false;
+
+bool IsBlankRun(const xmlChar* text, int length) {
+    for (int i = 0; i < length; ++i) {
+        const xmlChar c = text[i];
+        if (c != ' ' && c != '\t' && c != '\r' && c != '\n') {
+            return false;
+        }
+    }
+    return true;
+}
+
+void NoteCharacters(void* ctx, const xmlChar* text, int length) {
+    if (!t_sawBlankText && IsBlankRun(text, length)) {
+        t_sawBlankText = true;
+    }
+    xmlSAX2Characters(ctx, text, length);
+}
+
+// The parser's callbacks for any document: no document type, no messages, blank text noted.
 void GuardContext(xmlParserCtxtPtr ctxt) {
     ctxt->sax->internalSubset = RefuseDocumentType;
     ctxt->sax->serror = IgnoreError;
+    if (ctxt->sax->characters == xmlSAX2Characters) {
+        ctxt->sax->characters = NoteCharacters;
+    } else {
+        t_sawBlankText = true; // not watched: assume there is some
+    }
 }
 
 // The document a parse made, when it was well formed (null otherwise, and it is freed), marked
@@ -66,6 +94,7 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
     }
     InitLibrary();
     QuietErrors quiet;
+    t_sawBlankText = false;
     xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
     if (ctxt == nullptr) {
         return nullptr;
@@ -81,6 +110,7 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
 xmlDocPtr ParseWide(std::wstring_view text, int options) {
     InitLibrary();
     QuietErrors quiet;
+    t_sawBlankText = false;
     xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr);
     if (ctxt == nullptr) {
         return nullptr;
@@ -278,6 +308,7 @@ ParseResult ParseText(const wchar_t* text) {
         view.remove_prefix(1);
     }
     result.doc = ParseWide(view, kParseOptions | XML_PARSE_IGNORE_ENC);
+    result.mayHoldBlankText = t_sawBlankText;
     if (result.doc != nullptr) {
         result.hasDeclaration = ExtractDeclaration(view, result.declaration);
     }
@@ -287,6 +318,7 @@ ParseResult ParseText(const wchar_t* text) {
 ParseResult ParseBytes(const std::string& bytes) {
     ParseResult result;
     result.doc = Parse(bytes, nullptr, kParseOptions);
+    result.mayHoldBlankText = t_sawBlankText;
     if (result.doc != nullptr) {
         result.hasDeclaration = ExtractDeclaration(Head(bytes), result.declaration);
     }

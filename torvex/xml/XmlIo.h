@@ -16,6 +16,9 @@ struct ParseResult {
     xmlDocPtr doc = nullptr;
     bool hasDeclaration = false;
     std::string declaration;
+    // False when the parser met no text of white space alone, so that no element of the
+    // document holds a blank text node.
+    bool mayHoldBlankText = true;
 };
 
 /// Parses wide text as it stands: an encoding named in its declaration is ignored.
