@@ -159,5 +159,36 @@ TEST(XmlXPath, SelectionsSeeEditsAndDetachedSubtrees) {
     EXPECT_FALSE(nodes[0].IsNode());
 }
 
+// The path of two plain names found without XPath selects what XPath selects: elements only, in
+// document order, across several parents, neither deeper nor in a namespace (a default one
+// included), nor elements of a prefixed name.
+TEST(XmlXPath, ChildElementsOfChildElementsAsThePathSelects) {
+    const wchar_t* const documents[] = {
+        L"<t><Rows><Row n='1'/><!-- c --><Row n='2'>x<Row n='deep'/></Row>text<Other/></Rows>"
+        L"<Rows/><Rows><Row n='3'/></Rows><Columns><Row n='no'/></Columns></t>",
+        L"<t xmlns='urn:d'><Rows><Row n='1'/></Rows></t>",
+        L"<t xmlns:p='urn:p'><p:Rows><Row n='1'/></p:Rows><Rows><p:Row n='2'/><Row n='3' "
+        L"xmlns='urn:e'/><Row n='4'/></Rows></t>",
+        L"<t/>",
+    };
+    for (const wchar_t* document : documents) {
+        XMLParser parser(document);
+        XMLNodeArray expected, found;
+        ASSERT_TRUE(parser.GetRootNode().SelectChildNodes(L"Rows/Row", expected));
+        EXPECT_TRUE(parser.GetRootNode().SelectChildElements(L"Rows", L"Row", found));
+        ASSERT_EQ(found.GetSize(), expected.GetSize()) << xmltest::Narrow(document);
+        for (intptr_t i = 0; i < found.GetSize(); ++i)
+            EXPECT_TRUE(found[i].IsSameNode(expected[i])) << xmltest::Narrow(document) << " " << i;
+    }
+    XMLNodeArray found;
+    EXPECT_FALSE(XMLNode().SelectChildElements(L"Rows", L"Row", found));
+    // A prefix goes to XPath, which knows no prefix the context didn't declare.
+    XMLParser prefixed(L"<t xmlns:p='urn:p'><p:Rows><p:Row/></p:Rows></t>");
+    XMLNodeArray expected;
+    EXPECT_EQ(prefixed.GetRootNode().SelectChildElements(L"p:Rows", L"p:Row", found),
+              prefixed.GetRootNode().SelectChildNodes(L"p:Rows/p:Row", expected));
+    EXPECT_EQ(found.GetSize(), expected.GetSize());
+}
+
 } // namespace
 } // namespace torvex

@@ -26,14 +26,6 @@ const wchar_t* Text(const wchar_t* text) {
     return text ? text : L"";
 }
 
-// "<parent>/<child>"
-WideString ChildPath(const wchar_t* parent, const wchar_t* child) {
-    WideString path = parent;
-    path += L'/';
-    path += child;
-    return path;
-}
-
 // Raises a flag for the lifetime of the object.
 class FlagGuard {
 public:
@@ -79,8 +71,7 @@ void CEncapFamilyTable::InitializeData() {
     ClearData();
 
     XMLNodeArray columnNodes;
-    m_node.SelectChildNodes(ChildPath(FamilyNames::ElemColumns, FamilyNames::ElemColumn).c_str(),
-                            columnNodes);
+    m_node.SelectChildElements(FamilyNames::ElemColumns, FamilyNames::ElemColumn, columnNodes);
     bool statusFound = false;
     for (const XMLNode& node : columnNodes) {
         WideString id;
@@ -111,8 +102,8 @@ void CEncapFamilyTable::InitializeData() {
 
     // Rows come after the status column is settled: each row reads its status cell.
     XMLNodeArray rowNodes;
-    m_node.SelectChildNodes(ChildPath(FamilyNames::ElemRows, FamilyNames::ElemRow).c_str(),
-                            rowNodes);
+    // Found without XPath, which would sort every row by document order.
+    m_node.SelectChildElements(FamilyNames::ElemRows, FamilyNames::ElemRow, rowNodes);
     m_rowIds.reserve(static_cast<size_t>(rowNodes.GetSize()));
     for (const XMLNode& node : rowNodes) {
         WideString id;

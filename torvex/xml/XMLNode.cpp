@@ -428,6 +428,33 @@ bool HasPrefix(xmlNsPtr ns) {
 
 } // namespace
 
+bool XMLNode::SelectChildElements(const wchar_t* parent, const wchar_t* child,
+                                  XMLNodeArray& out) const {
+    out.RemoveAll();
+    if (node_ == nullptr || parent == nullptr || child == nullptr) {
+        return false;
+    }
+    if (std::wcschr(parent, L':') != nullptr || std::wcschr(child, L':') != nullptr) {
+        return SelectChildNodes((WideString(parent) + L'/' + child).c_str(), out);
+    }
+    // A name test without a prefix matches elements in no namespace, as XPath has it.
+    auto named = [](xmlNodePtr node, const wchar_t* name) {
+        return node->type == XML_ELEMENT_NODE && node->ns == nullptr &&
+               TextEquals(node->name, name);
+    };
+    for (xmlNodePtr outer = FirstChild(ToXml(node_)); outer != nullptr; outer = outer->next) {
+        if (!named(outer, parent)) {
+            continue;
+        }
+        for (xmlNodePtr inner = FirstChild(outer); inner != nullptr; inner = inner->next) {
+            if (named(inner, child)) {
+                out.Add(Wrap(inner));
+            }
+        }
+    }
+    return true;
+}
+
 bool XMLNode::FindChildElement(const wchar_t* name, const wchar_t* attribute, const wchar_t* value,
                                XMLNode& out) const {
     if (node_ == nullptr || name == nullptr || attribute == nullptr || value == nullptr) {

@@ -99,6 +99,11 @@ public:
     /// Direct children whose nodeName equals `name` exactly (no XPath); `out` emptied first; true
     /// even without a match; false for an empty node or a null name.
     bool GetChildNodes(const wchar_t* name, XMLNodeArray& out) const;
+    /// What the path "parent/child" of two plain names selects, found without XPath: the child
+    /// elements `child` of the child elements `parent`, both in no namespace, in document order.
+    /// `out` emptied first; false for an empty node or a null name. A name with a prefix takes
+    /// the path through XPath.
+    bool SelectChildElements(const wchar_t* parent, const wchar_t* child, XMLNodeArray& out) const;
     /// All matches of the XPath expression `name` in document order; `out` emptied first; true
     /// even without a match; false for an empty node and a null or rejected expression, or one
     /// that yields no node-set. A match the array can't hold (a namespace node) stays empty.
