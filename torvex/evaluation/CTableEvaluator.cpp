@@ -367,7 +367,12 @@ CTableEvaluator::EvaluateResult CTableEvaluator::FinishCell(Frame& frame) {
     WideString& expression = frame.expression;
     const wchar_t* unit = frame.unit;
     if (frame.dataType == DataTypes::DataString) {
-        value = ConcatenateStrings(expression);
+        // A text without "&" concatenates nothing and stands as written; swapped, both texts
+        // keep their room for the next cell.
+        if (expression.find(L'&') == WideString::npos)
+            value.swap(expression);
+        else
+            value = ConcatenateStrings(expression);
     } else if (frame.dataType == DataTypes::DataBoolean) {
         // Kept as written, not normalised.
         if (!CStringUtil::IsLogicalValue(expression.c_str()))
