@@ -72,6 +72,27 @@ int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view column
     return 0;
 }
 
+int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view columnId,
+                               std::wstring_view language, ColumnReadHint& hint,
+                               WideString& value) {
+    const CValueCacheLoc* row = RowCache(rowId, false);
+    if (!row)
+        return 1;
+    // The pooled key stays valid until the pool is cleared; a column no row held yet is looked
+    // up again, since it may have been pooled since.
+    if (!hint.key || hint.generation != m_keys.Generation()) {
+        hint.key = m_keys.Find(columnId);
+        hint.generation = m_keys.Generation();
+        if (!hint.key)
+            return 1;
+    }
+    std::wstring_view cached;
+    if (!row->FindPooledValue(hint.key, language, hint.place, cached))
+        return 1;
+    value.assign(cached);
+    return 0;
+}
+
 void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view columnId,
                                 std::wstring_view language, std::wstring_view value) {
     CValueCacheLoc* row = RowCache(rowId, true);

@@ -38,6 +38,19 @@ public:
     /// that a read copies no key.
     int GetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                  WideString& value);
+    /// What the reader of one column keeps between reads, so that a read neither hashes the
+    /// column id nor scans the row: the column's pooled key with the pool generation it was
+    /// found in, and where the column's value sat in the row read last (rows are filled in the
+    /// same order). Starts empty; a reader must start a new one when its column id changes.
+    struct ColumnReadHint {
+        const WideString* key = nullptr;
+        uint64_t generation = 0;
+        uint32_t place = 0;
+    };
+    /// GetValue for the reader of one column, with its hint, which it brings up to date: 0 on
+    /// a hit, 1 on a miss. A stale or wrong place only costs a lookup.
+    int GetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
+                 ColumnReadHint& hint, WideString& value);
     /// Stores or overwrites a value, creating the row cache; never fails.
     void SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                   std::wstring_view value);

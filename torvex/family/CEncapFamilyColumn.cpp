@@ -61,7 +61,7 @@ CEncapFamilyColumn::~CEncapFamilyColumn() = default;
 void CEncapFamilyColumn::InitMemoryCache() {
     WideString text;
     if (m_node.GetProperty(FamilyNames::AttrColumnId, text))
-        m_columnId = text;
+        SetIdInMemory(text);
     if (m_node.GetProperty(FamilyNames::AttrColumnwideValue, text))
         m_formula = text;
     if (m_node.GetProperty(FamilyNames::AttrTitle, text))
@@ -77,6 +77,11 @@ void CEncapFamilyColumn::InitMemoryCache() {
     text.clear();
     m_node.GetProperty(FamilyNames::AttrValueType, text);
     m_dataType = DataTypes::DataTypeStr2Num(text);
+}
+
+void CEncapFamilyColumn::SetIdInMemory(const WideString& columnId) {
+    m_columnId = columnId;
+    m_readHint = {}; // the key pooled for the old id is not this column's
 }
 
 CEncapFamily* CEncapFamilyColumn::GetFamily() const {
@@ -111,8 +116,8 @@ bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar
     }
     result = CTableEvaluator::EvalOk;
     // A hit, the common case, copies no key.
-    if (m_cache &&
-        m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"", out) == 0)
+    if (m_cache && m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"",
+                                     m_readHint, out) == 0)
         return true;
     // The row id and the status are never evaluated: they answer the raw cell.
     if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
@@ -414,7 +419,7 @@ void CEncapFamilyColumn::SetTitle(const wchar_t* title, const wchar_t* language)
 void CEncapFamilyColumn::SetColumnID(const wchar_t* columnId) {
     const WideString text = Text(columnId);
     m_node.SetProperty(FamilyNames::AttrColumnId, text.c_str());
-    m_columnId = text;
+    SetIdInMemory(text);
     // The column's cells are evaluated under the new id: what the evaluator remembers may not
     // hold.
     if (m_cache)
