@@ -109,12 +109,11 @@ public:
         // The same key asked again (a row read column after column) is answered from the last
         // hit, compared as written: the same text folds to the same key.
         const wchar_t* text = key ? key : L"";
-        if (m_lastHit && m_lastKey == text) {
+        if (m_lastHit && SameAsWritten(m_lastKey, text)) {
             out = m_lastHit->value.value;
             return true;
         }
-        const Node* node =
-            WithFoldedKey(text, [this](std::wstring_view folded) { return Find(folded); });
+        const Node* node = FindFolding(text);
         if (!node)
             return false;
         m_lastKey.assign(text);
@@ -179,23 +178,35 @@ public:
     }
 
 private:
-    // Calls fn with the key folded as the map folds it; a short key is folded on the stack, so a
-    // lookup allocates nothing.
-    template <class F> static auto WithFoldedKey(const wchar_t* key, F&& fn) {
-        const wchar_t* text = key ? key : L"";
-        const size_t length = std::wcslen(text);
-        wchar_t local[64];
-        WideString heap;
-        wchar_t* folded = local;
-        if (length > std::size(local)) {
-            heap.resize(length);
-            folded = heap.data();
-        }
-        for (size_t i = 0; i < length; ++i)
-            folded[i] = platform::AsciiUpper(text[i]);
-        return fn(std::wstring_view(folded, length));
-    }
     Node* Find(std::wstring_view folded) const { return m_table.Find(folded); }
+
+    // The entry of the key once folded, found in one pass over the key that folds and hashes
+    // it, and a comparison that folds again: nothing is copied.
+    const Node* FindFolding(const wchar_t* text) const {
+        if (m_table.Empty())
+            return nullptr;
+        uint64_t hash = TextHash::Start();
+        size_t length = 0;
+        for (; text[length]; ++length)
+            hash = TextHash::Add(hash, platform::AsciiUpper(text[length]));
+        return m_table.FindHashed(TextHash::Finish(hash), [text, length](const WideString& kept) {
+            if (kept.size() != length)
+                return false;
+            for (size_t i = 0; i < length; ++i)
+                if (platform::AsciiUpper(text[i]) != kept[i])
+                    return false;
+            return true;
+        });
+    }
+
+    // True when the null-terminated text is exactly `kept`; stops at the first difference.
+    static bool SameAsWritten(const WideString& kept, const wchar_t* text) {
+        const size_t size = kept.size();
+        for (size_t i = 0; i < size; ++i)
+            if (text[i] != kept[i] || !text[i])
+                return false;
+        return !text[size];
+    }
 
     // The node of the folded key and false; or a new node with `value`, at the head of its
     // bucket's chain, and true. One lookup either way.
