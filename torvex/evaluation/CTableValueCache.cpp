@@ -72,9 +72,8 @@ int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view column
     return 0;
 }
 
-int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view columnId,
-                               std::wstring_view language, ColumnReadHint& hint,
-                               WideString& value) {
+int CTableValueCache::GetValue(const wchar_t* rowId, std::wstring_view columnId,
+                               const wchar_t* language, ColumnReadHint& hint, WideString& value) {
     const CValueCacheLoc* row = RowCache(rowId, false);
     if (!row)
         return 1;

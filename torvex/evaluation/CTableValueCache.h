@@ -47,9 +47,10 @@ public:
         uint64_t generation = 0;
         uint32_t place = 0;
     };
-    /// GetValue for the reader of one column, with its hint, which it brings up to date: 0 on
-    /// a hit, 1 on a miss. A stale or wrong place only costs a lookup.
-    int GetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
+    /// GetValue for the reader of one column, with its hint, which it brings up to date, and
+    /// the row id and language as null-terminated texts, which a hit never measures: 0 on a
+    /// hit, 1 on a miss. A stale or wrong place only costs a lookup.
+    int GetValue(const wchar_t* rowId, std::wstring_view columnId, const wchar_t* language,
                  ColumnReadHint& hint, WideString& value);
     /// Stores or overwrites a value, creating the row cache; never fails.
     void SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,

@@ -202,9 +202,11 @@ bool CValueCacheLoc::FindCachedValue(std::wstring_view columnId, std::wstring_vi
     return true;
 }
 
-bool CValueCacheLoc::FindPooledValue(const WideString* column, std::wstring_view language,
+bool CValueCacheLoc::FindPooledValue(const WideString* column, const wchar_t* language,
                                      uint32_t& place, std::wstring_view& value) const {
-    auto lang = FindLanguage(language);
+    auto lang = std::find_if(m_languages.begin(), m_languages.end(), [language](const auto& entry) {
+        return EqualsCText(*entry.name, language);
+    });
     if (lang == m_languages.end())
         return false;
     const auto& values = lang->values;
