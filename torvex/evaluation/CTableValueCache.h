@@ -104,7 +104,7 @@ public:
     /// Calls fn(rowId, columnId, language) for every value held. Never fails.
     template <class F> void ForEachCachedKey(F&& fn) const {
         m_rows.ForEach([&fn](const auto& row) {
-            row.value.ForEachKey([&](const WideString& columnId, const WideString& language) {
+            row.value.cache.ForEachKey([&](const WideString& columnId, const WideString& language) {
                 fn(row.key, columnId, language);
             });
         });
@@ -144,13 +144,28 @@ public:
     size_t CharactersHint() const { return m_lastRowCharacters; }
 
 private:
+    // A row's cache, and the row read after it the last time a reader went on from it: rows
+    // are mostly read in one order, walk after walk, so the next walk finds that row without
+    // hashing its id.
+    struct Row;
+    using Rows = TextKeyedTable<Row>;
+    struct Row {
+        explicit Row(CTableValueCache* owner) : cache(owner) {}
+        explicit Row(CValueCacheLoc&& loaded) : cache(std::move(loaded)) {}
+        CValueCacheLoc cache;
+        Rows::Entry* next = nullptr;
+        uint64_t nextGeneration = 0; // of m_rowsGeneration, when `next` was noted
+    };
+
     // GetRowCache by view: a hit on the memo or the map copies no key.
     CValueCacheLoc* RowCache(std::wstring_view rowId, bool create);
 
     CCacheKeyPool m_keys; // declared before the rows, which point into it: it outlives them
     // Hashed, so that a lookup walks no tree of row ids; Save still writes the rows in id order.
     // The row caches never move, and lie in the order they were made.
-    TextKeyedTable<CValueCacheLoc> m_rows;
+    Rows m_rows;
+    // Moves on whenever a row is erased, so that no row's `next` names an erased row.
+    uint64_t m_rowsGeneration = 0;
     std::map<WideString, uint16_t, std::less<>> m_languageIndexes;
     std::map<WideString, uint16_t> m_columnIndexes;
     WideStringList m_columnNames;
@@ -161,8 +176,7 @@ private:
     // The sizes of the row language stored into last (see NoteStored).
     size_t m_lastRowValues = 0;
     size_t m_lastRowCharacters = 0;
-    WideString m_lastRowId;
-    CValueCacheLoc* m_lastRowCache = nullptr;
+    Rows::Entry* m_lastRow = nullptr; // the row looked up last
     // The key in m_languageIndexes that SetValue entered last; null until one is entered, so
     // that the empty language (no string documents) is entered too.
     const WideString* m_lastLanguage = nullptr;
