@@ -99,9 +99,11 @@ WideString CEncapFamilyColumn::ActualLanguage() const {
 
 Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* language,
                                     WideString& out) {
-    Result result = CTableEvaluator::EvalOk;
-    if (ReadWithoutEvaluating(rowId, language, out, result))
-        return result;
+    if (!m_table)
+        return CTableEvaluator::EvalNoValue;
+    // A hit, the common case, is answered without a further call.
+    if (ReadCached(rowId, language, out) || ReadRawColumn(rowId, language, out))
+        return CTableEvaluator::EvalOk;
     const wchar_t* row = Text(rowId);
     const wchar_t* lang = Text(language);
     return ReadBackEvaluated(row, lang,
@@ -115,10 +117,18 @@ bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar
         return true;
     }
     result = CTableEvaluator::EvalOk;
-    // A hit, the common case, copies no key.
-    if (m_cache && m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"",
-                                     m_readHint, out) == 0)
-        return true;
+    return ReadCached(rowId, language, out) || ReadRawColumn(rowId, language, out);
+}
+
+bool CEncapFamilyColumn::ReadCached(const wchar_t* rowId, const wchar_t* language,
+                                    WideString& out) {
+    // Copies no key.
+    return m_cache && m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"",
+                                        m_readHint, out) == 0;
+}
+
+bool CEncapFamilyColumn::ReadRawColumn(const wchar_t* rowId, const wchar_t* language,
+                                       WideString& out) {
     // The row id and the status are never evaluated: they answer the raw cell.
     if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
         SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus)) {

@@ -266,6 +266,10 @@ private:
     /// when the cell must be evaluated.
     bool ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language, WideString& out,
                                CTableEvaluator::EvaluateResult& result);
+    /// The cell from the value cache: true on a hit, with the value in `out`. Never fails.
+    bool ReadCached(const wchar_t* rowId, const wchar_t* language, WideString& out);
+    /// For RID and STATUS, the raw cell, now cached, and true; false for any other column.
+    bool ReadRawColumn(const wchar_t* rowId, const wchar_t* language, WideString& out);
     /// GetValue after the evaluation that answered `evaluated`: that code unless 0 or 8; else the
     /// value from the cache (7 when none), and for 8 the value taken out of the cache again.
     CTableEvaluator::EvaluateResult ReadBackEvaluated(const wchar_t* rowId, const wchar_t* language,
