@@ -4,6 +4,9 @@
 function(torvex_subsystem name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
   add_library(torvex_${name} OBJECT ${ARG_SOURCES})
+  # Calls inside the shared library are bound inside it: no host replaces one of its functions,
+  # so the compiler may inline them and call them directly rather than through the PLT.
+  target_compile_options(torvex_${name} PRIVATE -fno-semantic-interposition)
   target_include_directories(torvex_${name} PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

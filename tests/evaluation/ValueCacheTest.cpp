@@ -7,14 +7,17 @@
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/evaluation/CValueCacheLoc.h"
 #include "torvex/evaluation/CValueCacheSimple.h"
+#include "torvex/platform/AsciiText.h"
 #include "torvex/platform/Utf16.h"
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using namespace torvex;
 using torvex::testing::Cached;
@@ -199,6 +202,129 @@ TEST(ValueCache, SaveWritesOnlyWithPathRowsAndChanges) {
     cache.SetValue(L"R1", L"A", L"en", L"1");
     cache.Save({L"A"});
     EXPECT_FALSE(platform::PathExists(cache.GetFilePath()));
+}
+
+// What the reads of columns A, B and C in one row give with the readers' hints: values or "-".
+WideString ReadWithHints(CTableValueCache& cache, const WideString& row,
+                         CTableValueCache::ColumnReadHint (&hints)[3]) {
+    const wchar_t* const columns[] = {L"A", L"B", L"C"};
+    WideString read;
+    for (size_t i = 0; i < 3; ++i) {
+        WideString value;
+        read +=
+            (i ? L"|" : L"") +
+            (cache.GetValue(row.c_str(), columns[i], L"en", hints[i], value) == 0 ? value : L"-");
+    }
+    return read;
+}
+
+// A reader keeps the place of its column's value in the row read last and tries it first; rows
+// that hold the columns in other orders, with gaps, only in another language or so many that
+// they are indexed give each reader its own column's value all the same, in either direction.
+TEST(ValueCache, ReadHintsGiveEachColumnItsOwnValue) {
+    struct Row {
+        const wchar_t* id;
+        std::vector<const wchar_t*> steps; // a column stored as "<row>.<column>", or "-" forgets
+        const wchar_t* read;               // A|B|C in "en"
+    };
+    const Row rows[] = {
+        {L"R1", {L"A", L"B", L"C"}, L"R1.A|R1.B|R1.C"},
+        {L"R2", {L"C", L"A"}, L"R2.A|-|R2.C"},
+        {L"R3", {L"A", L"B", L"C", L"-B"}, L"R3.A|-|R3.C"},
+        {L"R4", {L"A", L"B", L"C", L"-A", L"A"}, L"R4.A|R4.B|R4.C"},
+        {L"R6", {L"de:A", L"de:B"}, L"-|-|-"},
+        {L"R7", {L"many", L"C", L"B", L"A"}, L"R7.A|R7.B|R7.C"},
+        {L"R8", {L"C", L"B", L"A", L"many", L"-C"}, L"R8.A|R8.B|-"},
+    };
+    CTableValueCache cache(L"");
+    for (const Row& row : rows) {
+        const WideString id = row.id;
+        for (const WideString step : row.steps) {
+            if (step == L"many") { // enough values for the row's language to keep an index
+                for (int i = 0; i < 40; ++i)
+                    cache.SetValue(id, L"X" + std::to_wstring(i), L"en", L"x");
+            } else if (step[0] == L'-') {
+                cache.ClearValue(id, step.substr(1), L"en");
+            } else if (step.starts_with(L"de:")) {
+                cache.SetValue(id, step.substr(3), L"de", id + L"." + step.substr(3));
+            } else {
+                cache.SetValue(id, step, L"en", id + L"." + step);
+            }
+        }
+    }
+    CTableValueCache::ColumnReadHint forward[3], backward[3];
+    for (const Row& row : rows)
+        EXPECT_EQ(ReadWithHints(cache, row.id, forward), row.read) << platform::ToUtf8(row.id);
+    for (size_t i = std::size(rows); i-- > 0;)
+        EXPECT_EQ(ReadWithHints(cache, rows[i].id, backward), rows[i].read)
+            << platform::ToUtf8(rows[i].id);
+}
+
+// Between two walks over the rows with the same hints, which teach each row the row read after
+// it and each reader its pooled key: walks in other orders, and rows dropped, made again,
+// cleared or loaded (a new key pool: keys at other addresses, values in another order) still
+// give each cell its own value. The ids are short enough to lie inside the rows' entries, so
+// that a note naming a dropped row would still match its id and hand out the dropped row.
+TEST(ValueCache, WalksWithHintsFindEachCellWhateverCameBetween) {
+    static const WideString ids[] = {L"r0", L"r1", L"r2"};
+    using Between = void (*)(CTableValueCache&);
+    struct Case {
+        const char* name;
+        Between between;
+        std::vector<int> walk; // indexes into ids; -1 is the empty id
+        const wchar_t* read;   // A|B|C of each row read
+    };
+    const Case cases[] = {
+        {"backward", [](CTableValueCache&) {}, {2, 1, 0}, L"2A|2B|2C 1A|1B|1C 0A|0B|0C"},
+        {"the empty id between", [](CTableValueCache&) {}, {0, -1, 2}, L"0A|0B|0C -|-|- 2A|2B|2C"},
+        {"a row dropped",
+         [](CTableValueCache& c) { c.DropRow(ids[1]); },
+         {0, 1, 2},
+         L"0A|0B|0C -|-|- 2A|2B|2C"},
+        {"a row dropped and made again in another order",
+         [](CTableValueCache& c) {
+             c.DropRow(ids[1]);
+             c.SetValue(ids[1], L"C", L"en", L"new C");
+             c.SetValue(ids[1], L"A", L"en", L"new A");
+         },
+         {0, 1, 2},
+         L"0A|0B|0C new A|-|new C 2A|2B|2C"},
+        {"cleared and filled again in another order",
+         [](CTableValueCache& c) {
+             c.Clear();
+             for (const wchar_t* column : {L"Z", L"C", L"B", L"A"})
+                 c.SetValue(ids[1], column, L"en", WideString(L"new ") + column);
+         },
+         {0, 1},
+         L"-|-|- new A|new B|new C"},
+        {"loaded from the file",
+         [](CTableValueCache& c) { c.Load(); },
+         {0, 1},
+         L"saved A|saved B|- -|-|-"},
+    };
+    ScratchDirectory dir;
+    {
+        CTableValueCache file(dir.Path());
+        file.SetValue(ids[0], L"B", L"en", L"saved B");
+        file.SetValue(ids[0], L"A", L"en", L"saved A");
+        file.Save({L"A", L"B"});
+    }
+    for (const Case& c : cases) {
+        CTableValueCache cache(dir.Path());
+        cache.Clear();
+        for (size_t i = 0; i < std::size(ids); ++i)
+            for (const wchar_t* column : {L"A", L"B", L"C"})
+                cache.SetValue(ids[i], column, L"en", std::to_wstring(i) + column);
+        CTableValueCache::ColumnReadHint hints[3];
+        for (const WideString& id : ids)
+            ReadWithHints(cache, id, hints);
+        c.between(cache);
+        WideString read;
+        for (int i : c.walk)
+            read += (read.empty() ? L"" : L" ") +
+                    ReadWithHints(cache, i < 0 ? WideString() : ids[i], hints);
+        EXPECT_EQ(read, c.read) << c.name;
+    }
 }
 
 // The simple cache ignores languages; its record is a value count, then column index and value,

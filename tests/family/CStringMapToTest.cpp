@@ -1,5 +1,7 @@
 #include "torvex/family/CStringMapTo.h"
 
+#include "torvex/platform/Utf16.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -72,6 +74,36 @@ TEST(CStringMapTo, KeysFoldToUpperCaseAndLookupsIgnoreCase) {
     EXPECT_EQ(value, 4);
     EXPECT_EQ(Walk(map), (std::vector<std::pair<WideString, int>>{
                              {L"", 4}, {L"STATUS", 7}, {L"\u00e4", 3}, {L"FRESH", 0}}));
+}
+
+// A lookup remembers the entry it found by the address of the text asked: the same buffer asked
+// again once its text changed in place (another key, another case, a prefix, a longer text, a
+// key removed or entered since) gets what the text names now.
+TEST(CStringMapTo, ATextChangedInPlaceIsLookedUpAfresh) {
+    Map map;
+    map.SetAt(L"DK", 1);
+    map.SetAt(L"D", 2);
+    map.SetAt(L"K", 3);
+    const std::pair<const wchar_t*, int> steps[] = {
+        {L"dk", 1}, {L"d", 2},         {L"dk", 1}, {L"Dk", 1},     {L"dkx", -1},
+        {L"k", 3},  {L"remove k", -1}, {L"k", -1}, {L"add k", -1}, {L"k", 4},
+    };
+    wchar_t buffer[16] = {};
+    for (const auto& [text, expected] : steps) {
+        const WideString step = text;
+        if (step == L"remove k") {
+            map.RemoveKey(L"K");
+            continue;
+        }
+        if (step == L"add k") {
+            map.SetAt(L"K", 4);
+            continue;
+        }
+        std::copy(step.c_str(), step.c_str() + step.size() + 1, buffer);
+        int value = -1;
+        map.Lookup(buffer, value);
+        EXPECT_EQ(value, expected) << platform::ToUtf8(step);
+    }
 }
 
 // Random entries and removals over a small key space, so that probe runs in the index form, are

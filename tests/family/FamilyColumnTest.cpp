@@ -113,6 +113,24 @@ TEST(FamilyColumn, SettersWriteTheDocumentAndTheMember) {
         xml, L"<Column ColumnId=\"k\" Mnemonic=\"m\" Title=\"T\" UnitType=\"mm\"><Icon/></Column>");
 }
 
+// A renamed column reads its cells from the cache under its new id, whatever it kept from the
+// reads under the ids it had before.
+TEST(FamilyColumn, RenamedColumnReadsUnderItsNewId) {
+    auto family = FamilyWithColumn(L"<Column ColumnId=\"c\"/>", L"<Column ColumnId=\"k\"/>");
+    CEncapFamilyTable* table = family->GetEncapFamilyTable();
+    for (const WideString row : {L"r1", L"r2"})
+        for (const WideString column : {L"c", L"k"})
+            table->GetValueCache()->SetValue(row, column, L"", row + L" of " + column);
+    CEncapFamilyColumn* column = table->GetFamilyColumnByID(L"c");
+    for (const WideString id : {L"c", L"k", L"c"}) {
+        column->SetColumnID(id.c_str());
+        WideString first, second;
+        column->GetValue(L"r1", L"", first);
+        column->GetValue(L"r2", L"", second);
+        EXPECT_EQ(first + L"|" + second, L"r1 of " + id + L"|r2 of " + id) << platform::ToUtf8(id);
+    }
+}
+
 // Cells of MEMBER_REVISION in both rows, in row order.
 WideStringList Revisions(CEncapFamilyTable& table) {
     WideStringList revisions;

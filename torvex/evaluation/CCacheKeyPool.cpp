@@ -1,6 +1,14 @@
 #include "torvex/evaluation/CCacheKeyPool.h"
 
+#include <atomic>
+
 namespace torvex {
+
+uint64_t CCacheKeyPool::NextGeneration() {
+    // Shared by every pool, so that a generation names one pool in one state.
+    static std::atomic<uint64_t> next{1};
+    return next.fetch_add(1, std::memory_order_relaxed);
+}
 
 const WideString* CCacheKeyPool::Intern(std::wstring_view text) {
     if (const WideString* found = Find(text))

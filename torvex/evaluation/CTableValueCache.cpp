@@ -43,21 +43,30 @@ CValueCache* CTableValueCache::GetRowCache(const WideString& rowId, bool create)
 }
 
 CValueCacheLoc* CTableValueCache::RowCache(std::wstring_view rowId, bool create) {
-    // A column walks its cells row by row, so the last row looked up is remembered.
-    if (rowId == m_lastRowId)
-        return m_lastRowCache;
-    if (auto* row = m_rows.Find(rowId)) {
-        m_lastRowId = rowId;
-        m_lastRowCache = &row->value;
-        return m_lastRowCache;
+    // A column walks its cells row by row, so the last row looked up is remembered. An empty
+    // row id while no row is remembered names no row.
+    if (!m_lastRow ? rowId.empty() : m_lastRow->key == rowId)
+        return m_lastRow ? &m_lastRow->value.cache : nullptr;
+    Rows::Entry* row = nullptr;
+    Row* before = m_lastRow ? &m_lastRow->value : nullptr;
+    if (before && before->next && before->nextGeneration == m_rowsGeneration &&
+        before->next->key == rowId) {
+        row = before->next;
+    } else {
+        row = m_rows.Find(rowId);
+        if (!row) {
+            if (!create)
+                return nullptr;
+            row = m_rows.TryEmplace(WideString(rowId), this).first;
+            m_dirty = true;
+        }
+        if (before) {
+            before->next = row;
+            before->nextGeneration = m_rowsGeneration;
+        }
     }
-    if (!create)
-        return nullptr;
-    CValueCacheLoc* created = &m_rows.TryEmplace(WideString(rowId), this).first->value;
-    m_lastRowId = rowId;
-    m_lastRowCache = created;
-    m_dirty = true;
-    return created;
+    m_lastRow = row;
+    return &row->value.cache;
 }
 
 int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view columnId,
@@ -67,6 +76,26 @@ int CTableValueCache::GetValue(std::wstring_view rowId, std::wstring_view column
         return 1;
     std::wstring_view cached;
     if (!row->FindCachedValue(columnId, language, cached))
+        return 1;
+    value.assign(cached);
+    return 0;
+}
+
+int CTableValueCache::GetValue(const wchar_t* rowId, std::wstring_view columnId,
+                               const wchar_t* language, ColumnReadHint& hint, WideString& value) {
+    const CValueCacheLoc* row = RowCache(rowId, false);
+    if (!row)
+        return 1;
+    // The pooled key stays valid until the pool is cleared; a column no row held yet is looked
+    // up again, since it may have been pooled since.
+    if (!hint.key || hint.generation != m_keys.Generation()) {
+        hint.key = m_keys.Find(columnId);
+        hint.generation = m_keys.Generation();
+        if (!hint.key)
+            return 1;
+    }
+    std::wstring_view cached;
+    if (!row->FindPooledValue(hint.key, language, hint.place, cached))
         return 1;
     value.assign(cached);
     return 0;
@@ -109,7 +138,7 @@ void CTableValueCache::ClearColumnInRow(const WideString& rowId, const WideStrin
 
 void CTableValueCache::ClearColumn(const WideString& columnId) {
     ++m_changes;
-    m_rows.ForEach([&](auto& row) { row.value.ClearColumn(columnId); });
+    m_rows.ForEach([&](auto& row) { row.value.cache.ClearColumn(columnId); });
 }
 
 void CTableValueCache::DropRow(const WideString& rowId) {
@@ -117,11 +146,10 @@ void CTableValueCache::DropRow(const WideString& rowId) {
     auto* row = m_rows.Find(rowId);
     if (!row)
         return;
-    if (&row->value == m_lastRowCache) {
-        m_lastRowId.clear();
-        m_lastRowCache = nullptr;
-    }
+    if (row == m_lastRow)
+        m_lastRow = nullptr;
     m_rows.Erase(row);
+    ++m_rowsGeneration;
     m_dirty = true;
 }
 
@@ -131,8 +159,8 @@ void CTableValueCache::Clear() {
     m_keys.Clear();
     m_keyOrders.clear();
     m_lastLanguage = nullptr;
-    m_lastRowId.clear();
-    m_lastRowCache = nullptr;
+    m_lastRow = nullptr;
+    ++m_rowsGeneration;
     m_languageIndexes.clear();
     m_columnIndexes.clear();
     m_columnNames.clear();
@@ -206,7 +234,7 @@ bool CTableValueCache::Load() {
             // A row id met twice: the later record wins.
             auto [row, made] = m_rows.TryEmplace(std::move(rowId), std::move(cache));
             if (!made)
-                row->value = std::move(cache);
+                row->value.cache = std::move(cache);
             if (result == 0)
                 return false;
         }
@@ -257,16 +285,16 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
         // Rows in id order, so that the same cache always gives the same file. The ids are
         // sorted as copies side by side: comparing them where they lie, all over the heap, made
         // sorting a large table grow much faster than its rows.
-        using Row = TextKeyedTable<CValueCacheLoc>::Entry;
+        using Entry = Rows::Entry;
         size_t idsLength = 0;
-        m_rows.ForEach([&](const Row& row) { idsLength += row.key.size(); });
+        m_rows.ForEach([&](const Entry& row) { idsLength += row.key.size(); });
         WideString ids;
         ids.reserve(idsLength);
-        m_rows.ForEach([&](const Row& row) { ids += row.key; });
-        std::vector<std::pair<std::wstring_view, Row*>> rows;
+        m_rows.ForEach([&](const Entry& row) { ids += row.key; });
+        std::vector<std::pair<std::wstring_view, Entry*>> rows;
         rows.reserve(m_rows.Size());
         size_t offset = 0;
-        m_rows.ForEach([&](Row& row) {
+        m_rows.ForEach([&](Entry& row) {
             rows.emplace_back(std::wstring_view(ids).substr(offset, row.key.size()), &row);
             offset += row.key.size();
         });
@@ -275,7 +303,7 @@ void CTableValueCache::Save(const WideStringList& columnIds) {
         archive.WriteInt32(static_cast<int32_t>(rows.size()));
         for (const auto& [id, row] : rows) {
             archive.WriteString(id);
-            row->value.Save(archive);
+            row->value.cache.Save(archive);
         }
         archive.Close();
     } catch (...) {

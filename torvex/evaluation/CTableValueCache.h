@@ -38,6 +38,20 @@ public:
     /// that a read copies no key.
     int GetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                  WideString& value);
+    /// What the reader of one column keeps between reads, so that a read neither hashes the
+    /// column id nor scans the row: the column's pooled key with the pool generation it was
+    /// found in, and where the column's value sat in the row read last (rows are filled in the
+    /// same order). Starts empty; a reader must start a new one when its column id changes.
+    struct ColumnReadHint {
+        const WideString* key = nullptr;
+        uint64_t generation = 0;
+        uint32_t place = 0;
+    };
+    /// GetValue for the reader of one column, with its hint, which it brings up to date, and
+    /// the row id and language as null-terminated texts, which a hit never measures: 0 on a
+    /// hit, 1 on a miss. A stale or wrong place only costs a lookup.
+    int GetValue(const wchar_t* rowId, std::wstring_view columnId, const wchar_t* language,
+                 ColumnReadHint& hint, WideString& value);
     /// Stores or overwrites a value, creating the row cache; never fails.
     void SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                   std::wstring_view value);
@@ -90,7 +104,7 @@ public:
     /// Calls fn(rowId, columnId, language) for every value held. Never fails.
     template <class F> void ForEachCachedKey(F&& fn) const {
         m_rows.ForEach([&fn](const auto& row) {
-            row.value.ForEachKey([&](const WideString& columnId, const WideString& language) {
+            row.value.cache.ForEachKey([&](const WideString& columnId, const WideString& language) {
                 fn(row.key, columnId, language);
             });
         });
@@ -130,13 +144,28 @@ public:
     size_t CharactersHint() const { return m_lastRowCharacters; }
 
 private:
+    // A row's cache, and the row read after it the last time a reader went on from it: rows
+    // are mostly read in one order, walk after walk, so the next walk finds that row without
+    // hashing its id.
+    struct Row;
+    using Rows = TextKeyedTable<Row>;
+    struct Row {
+        explicit Row(CTableValueCache* owner) : cache(owner) {}
+        explicit Row(CValueCacheLoc&& loaded) : cache(std::move(loaded)) {}
+        CValueCacheLoc cache;
+        Rows::Entry* next = nullptr;
+        uint64_t nextGeneration = 0; // of m_rowsGeneration, when `next` was noted
+    };
+
     // GetRowCache by view: a hit on the memo or the map copies no key.
     CValueCacheLoc* RowCache(std::wstring_view rowId, bool create);
 
     CCacheKeyPool m_keys; // declared before the rows, which point into it: it outlives them
     // Hashed, so that a lookup walks no tree of row ids; Save still writes the rows in id order.
     // The row caches never move, and lie in the order they were made.
-    TextKeyedTable<CValueCacheLoc> m_rows;
+    Rows m_rows;
+    // Moves on whenever a row is erased, so that no row's `next` names an erased row.
+    uint64_t m_rowsGeneration = 0;
     std::map<WideString, uint16_t, std::less<>> m_languageIndexes;
     std::map<WideString, uint16_t> m_columnIndexes;
     WideStringList m_columnNames;
@@ -147,8 +176,7 @@ private:
     // The sizes of the row language stored into last (see NoteStored).
     size_t m_lastRowValues = 0;
     size_t m_lastRowCharacters = 0;
-    WideString m_lastRowId;
-    CValueCacheLoc* m_lastRowCache = nullptr;
+    Rows::Entry* m_lastRow = nullptr; // the row looked up last
     // The key in m_languageIndexes that SetValue entered last; null until one is entered, so
     // that the empty language (no string documents) is entered too.
     const WideString* m_lastLanguage = nullptr;

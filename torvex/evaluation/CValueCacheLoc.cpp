@@ -202,6 +202,28 @@ bool CValueCacheLoc::FindCachedValue(std::wstring_view columnId, std::wstring_vi
     return true;
 }
 
+bool CValueCacheLoc::FindPooledValue(const WideString* column, const wchar_t* language,
+                                     uint32_t& place, std::wstring_view& value) const {
+    auto lang = std::find_if(m_languages.begin(), m_languages.end(), [language](const auto& entry) {
+        return EqualsCText(*entry.name, language);
+    });
+    if (lang == m_languages.end())
+        return false;
+    const auto& values = lang->values;
+    // Pooled keys compare by address, so a place can hold no other column's value: a gap's
+    // null matches no key.
+    size_t at = place;
+    if (at >= values.size() || values[at].column != column) {
+        at = Find(*lang, column);
+        if (at == values.size())
+            return false;
+        place = static_cast<uint32_t>(at);
+    }
+    const Value& entry = values[at];
+    value = std::wstring_view(lang->texts).substr(entry.offset, entry.length);
+    return true;
+}
+
 int CValueCacheLoc::GetCachedValue(const WideString& columnId, const WideString& language,
                                    WideString& value) {
     std::wstring_view found;

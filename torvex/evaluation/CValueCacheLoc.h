@@ -54,6 +54,11 @@ public:
     bool FindCachedValue(std::wstring_view columnId, std::wstring_view language,
                          std::wstring_view& value) const override;
 
+    /// FindCachedValue by a key of the owner's pool and a null-terminated language, trying first
+    /// the place `place` in the language's values and setting it to where the value was found; a
+    /// place out of range or holding another column only costs a lookup. Never fails.
+    bool FindPooledValue(const WideString* column, const wchar_t* language, uint32_t& place,
+                         std::wstring_view& value) const;
     /// SetCachedValue by view: copies the key texts only the first time the table meets them.
     void StoreValue(std::wstring_view columnId, std::wstring_view language,
                     std::wstring_view value);

@@ -124,9 +124,9 @@ void CEncapFamily::ClearData() {
     m_languages.clear();
 }
 
-const WideString& CEncapFamily::ActualLanguage() const {
+const WideString& CEncapFamily::NoLanguage() {
     static const WideString none;
-    return m_languages.empty() ? none : m_languages.front();
+    return none;
 }
 
 void CEncapFamily::GetActualLanguage(WideString& out) const {

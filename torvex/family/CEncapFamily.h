@@ -55,7 +55,9 @@ public:
     /// Entry 0 of the language list; an empty text when no string document parsed.
     void GetActualLanguage(WideString& out) const;
     /// The actual language without a copy; empty when no string document was opened.
-    const WideString& ActualLanguage() const;
+    const WideString& ActualLanguage() const {
+        return m_languages.empty() ? NoLanguage() : m_languages.front();
+    }
     /// The string document of the language at that index of the list; false for an index out
     /// of range.
     bool GetStringsFamilyXML(int index, XMLParser& out) const;
@@ -230,6 +232,8 @@ private:
     friend class CEncapFamilyTable;
     friend class CEncapFamilyColumn;
 
+    /// The empty language of a family without string documents. Never fails.
+    static const WideString& NoLanguage();
     /// Parses the texts and builds mapping, category parameter index and table, in that order.
     void InitializeData(const wchar_t* familyXml, const WideStringList& stringDocuments,
                         const wchar_t* cacheFolder);

@@ -61,7 +61,7 @@ CEncapFamilyColumn::~CEncapFamilyColumn() = default;
 void CEncapFamilyColumn::InitMemoryCache() {
     WideString text;
     if (m_node.GetProperty(FamilyNames::AttrColumnId, text))
-        m_columnId = text;
+        SetIdInMemory(text);
     if (m_node.GetProperty(FamilyNames::AttrColumnwideValue, text))
         m_formula = text;
     if (m_node.GetProperty(FamilyNames::AttrTitle, text))
@@ -79,6 +79,11 @@ void CEncapFamilyColumn::InitMemoryCache() {
     m_dataType = DataTypes::DataTypeStr2Num(text);
 }
 
+void CEncapFamilyColumn::SetIdInMemory(const WideString& columnId) {
+    m_columnId = columnId;
+    m_readHint = {}; // the key pooled for the old id is not this column's
+}
+
 CEncapFamily* CEncapFamilyColumn::GetFamily() const {
     return m_table ? m_table->GetFamily() : nullptr;
 }
@@ -94,9 +99,11 @@ WideString CEncapFamilyColumn::ActualLanguage() const {
 
 Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* language,
                                     WideString& out) {
-    Result result = CTableEvaluator::EvalOk;
-    if (ReadWithoutEvaluating(rowId, language, out, result))
-        return result;
+    if (!m_table)
+        return CTableEvaluator::EvalNoValue;
+    // A hit, the common case, is answered without a further call.
+    if (ReadCached(rowId, language, out) || ReadRawColumn(rowId, language, out))
+        return CTableEvaluator::EvalOk;
     const wchar_t* row = Text(rowId);
     const wchar_t* lang = Text(language);
     // The table's Evaluate, without copies of the texts.
@@ -111,10 +118,18 @@ bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar
         return true;
     }
     result = CTableEvaluator::EvalOk;
-    // A hit, the common case, copies no key.
-    if (m_cache &&
-        m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"", out) == 0)
-        return true;
+    return ReadCached(rowId, language, out) || ReadRawColumn(rowId, language, out);
+}
+
+bool CEncapFamilyColumn::ReadCached(const wchar_t* rowId, const wchar_t* language,
+                                    WideString& out) {
+    // Copies no key.
+    return m_cache && m_cache->GetValue(rowId ? rowId : L"", m_columnId, language ? language : L"",
+                                        m_readHint, out) == 0;
+}
+
+bool CEncapFamilyColumn::ReadRawColumn(const wchar_t* rowId, const wchar_t* language,
+                                       WideString& out) {
     // The row id and the status are never evaluated: they answer the raw cell.
     if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
         SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus)) {
@@ -415,7 +430,7 @@ void CEncapFamilyColumn::SetTitle(const wchar_t* title, const wchar_t* language)
 void CEncapFamilyColumn::SetColumnID(const wchar_t* columnId) {
     const WideString text = Text(columnId);
     m_node.SetProperty(FamilyNames::AttrColumnId, text.c_str());
-    m_columnId = text;
+    SetIdInMemory(text);
     // The column's cells are evaluated under the new id: what the evaluator remembers may not
     // hold.
     if (m_cache)

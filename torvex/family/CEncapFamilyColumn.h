@@ -7,6 +7,7 @@
 // write through the XMLNode from outside isn't seen.
 
 #include "torvex/evaluation/CTableEvaluator.h"
+#include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/family/CEncapFamilyColIPropertyData.h"
 #include "torvex/platform/WideString.h"
 #include "torvex/text/DataTypes.h"
@@ -19,7 +20,6 @@ namespace torvex {
 
 class CEncapFamily;
 class CEncapFamilyTable;
-class CTableValueCache;
 
 /// Made by CEncapFamilyTable and CEncapFamily only; owned by the table.
 class CEncapFamilyColumn {
@@ -257,6 +257,8 @@ private:
     void SetCacheValue(const wchar_t* rowId, const wchar_t* value);
     /// Stores a value in the cache; nothing without a cache.
     void SetCacheValue(const wchar_t* rowId, const wchar_t* language, const wchar_t* value);
+    /// Sets the column id in memory, and forgets what reads kept for the old one. Never fails.
+    void SetIdInMemory(const WideString& columnId);
     /// Actual language of the family; empty without one.
     WideString ActualLanguage() const;
     /// GetValue's answers that need no evaluation: true, with the result (and `out`), without a
@@ -264,6 +266,10 @@ private:
     /// when the cell must be evaluated.
     bool ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language, WideString& out,
                                CTableEvaluator::EvaluateResult& result);
+    /// The cell from the value cache: true on a hit, with the value in `out`. Never fails.
+    bool ReadCached(const wchar_t* rowId, const wchar_t* language, WideString& out);
+    /// For RID and STATUS, the raw cell, now cached, and true; false for any other column.
+    bool ReadRawColumn(const wchar_t* rowId, const wchar_t* language, WideString& out);
     /// GetValue after the evaluation that answered `evaluated`: that code unless 0 or 8; else the
     /// value from the cache (7 when none), and for 8 the value taken out of the cache again.
     CTableEvaluator::EvaluateResult ReadBackEvaluated(const wchar_t* rowId, const wchar_t* language,
@@ -299,7 +305,8 @@ private:
     DataTypes::ColumnDataType m_dataType = DataTypes::DataReal;
     WideString m_unitType;
     WideString m_formula;
-    WideString m_columnId;
+    WideString m_columnId;                       // set through SetIdInMemory
+    CTableValueCache::ColumnReadHint m_readHint; // of m_columnId in m_cache
     WideString m_title;
     bool m_custom = false;
     bool m_hidden = false;

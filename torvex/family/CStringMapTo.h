@@ -114,19 +114,36 @@ public:
 
     /// True and a copy of the value in `out`; false and `out` untouched when the key is absent.
     bool Lookup(const wchar_t* key, V& out) const {
-        // The same key asked again (a row read column after column) is answered from the last
-        // hit, compared as written: the same text folds to the same key.
         const wchar_t* text = key ? key : L"";
-        if (m_lastHit && m_lastKey == text) {
-            out = m_lastHit->value.value;
-            return true;
+        // A text asked again where the caller keeps it (a loop over a list of ids) is answered
+        // from the entry it found last, once the text is seen to still match that entry.
+        Remembered* set = m_remembered ? &m_remembered[RememberedSet(text) * 2] : nullptr;
+        if (set) {
+            for (const Remembered* way : {&set[0], &set[1]}) {
+                if (way->text == text && MatchesFolded(way->node->key, text)) {
+                    out = way->node->value.value;
+                    return true;
+                }
+            }
         }
-        const Node* node =
-            WithFoldedKey(text, [this](std::wstring_view folded) { return Find(folded); });
-        if (!node)
-            return false;
-        m_lastKey.assign(text);
-        m_lastHit = node;
+        // The same text asked again from elsewhere (a row read column after column) is answered
+        // from the last hit, compared as written: the same text folds to the same key.
+        const Node* node = m_lastHit && EqualsCText(m_lastKey, text) ? m_lastHit : nullptr;
+        if (!node) {
+            node = FindFolding(text);
+            if (!node)
+                return false;
+            m_lastKey.assign(text);
+            m_lastHit = node;
+        }
+        if (!set) {
+            m_remembered = std::make_unique<Remembered[]>(kRememberedSets * 2);
+            set = &m_remembered[RememberedSet(text) * 2];
+        }
+        // The newer of a set's two ways comes first; the older one gives way.
+        if (set[0].text != text)
+            set[1] = set[0];
+        set[0] = Remembered{text, node};
         out = node->value.value;
         return true;
     }
@@ -139,7 +156,7 @@ public:
         Node* node = Find(folded);
         if (!node)
             return false;
-        m_lastHit = nullptr;
+        Forget();
         ++m_generation;
         Node** link = &m_buckets[node->value.bucket];
         while (*link != node)
@@ -153,7 +170,7 @@ public:
 
     /// Drops every entry and the bucket array; pointed-to objects are not released.
     void RemoveAll() {
-        m_lastHit = nullptr;
+        Forget();
         ++m_generation;
         m_buckets.clear();
         m_buckets.shrink_to_fit();
@@ -189,23 +206,47 @@ public:
     }
 
 private:
-    // Calls fn with the key folded as the map folds it; a short key is folded on the stack, so a
-    // lookup allocates nothing.
-    template <class F> static auto WithFoldedKey(const wchar_t* key, F&& fn) {
-        const wchar_t* text = key ? key : L"";
-        const size_t length = std::wcslen(text);
-        wchar_t local[64];
-        WideString heap;
-        wchar_t* folded = local;
-        if (length > std::size(local)) {
-            heap.resize(length);
-            folded = heap.data();
-        }
-        for (size_t i = 0; i < length; ++i)
-            folded[i] = platform::AsciiUpper(text[i]);
-        return fn(std::wstring_view(folded, length));
-    }
     Node* Find(std::wstring_view folded) const { return m_table.Find(folded); }
+
+    // The entry of the key once folded, found in one pass over the key that folds and hashes
+    // it, and a comparison that folds again: nothing is copied.
+    const Node* FindFolding(const wchar_t* text) const {
+        if (m_table.Empty())
+            return nullptr;
+        uint64_t hash = TextHash::Start();
+        size_t length = 0;
+        for (; text[length]; ++length)
+            hash = TextHash::Add(hash, platform::AsciiUpper(text[length]));
+        return m_table.FindHashed(TextHash::Finish(hash), [text, length](const WideString& kept) {
+            if (kept.size() != length)
+                return false;
+            for (size_t i = 0; i < length; ++i)
+                if (platform::AsciiUpper(text[i]) != kept[i])
+                    return false;
+            return true;
+        });
+    }
+
+    // True when the null-terminated text folds to the key `kept`; stops at the first difference.
+    static bool MatchesFolded(const WideString& kept, const wchar_t* text) {
+        const size_t size = kept.size();
+        for (size_t i = 0; i < size; ++i)
+            if (platform::AsciiUpper(text[i]) != kept[i] || !text[i])
+                return false;
+        return !text[size];
+    }
+
+    // The set of m_remembered for a text's address; spreads the addresses of a list of texts.
+    static size_t RememberedSet(const wchar_t* text) {
+        const auto address = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(text));
+        return static_cast<size_t>(((address >> 2) * 0x9E3779B97F4A7C15ull) >> 58);
+    }
+
+    // Drops every memo of a lookup: an entry they name may be gone.
+    void Forget() {
+        m_lastHit = nullptr;
+        m_remembered.reset();
+    }
 
     // The node of the folded key and false; or a new node with `value`, at the head of its
     // bucket's chain, and true. One lookup either way.
@@ -235,6 +276,14 @@ private:
     mutable WideString m_lastKey;
     mutable const Node* m_lastHit = nullptr;
     uint64_t m_generation = 0;
+    // By the address of the text asked, the entry found for it, in sets of two ways; made at
+    // the first hit.
+    struct Remembered {
+        const wchar_t* text = nullptr;
+        const Node* node = nullptr;
+    };
+    static constexpr size_t kRememberedSets = 64; // RememberedSet gives 6 bits
+    mutable std::unique_ptr<Remembered[]> m_remembered;
 };
 
 } // namespace torvex

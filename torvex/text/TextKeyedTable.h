@@ -51,6 +51,21 @@ public:
         }
     }
 
+    /// The entry whose key has the hash `hash` (see TextHash) and satisfies
+    /// `matches(const WideString& key)`, or null: for a lookup that hashes its key on the way.
+    /// Fails only as `matches` does.
+    template <class Matches> Entry* FindHashed(size_t hash, Matches&& matches) const {
+        if (m_count == 0)
+            return nullptr;
+        for (size_t at = hash & m_mask;; at = (at + 1) & m_mask) {
+            Slot* slot = m_index[at];
+            if (!slot)
+                return nullptr;
+            if (slot->hash == hash && matches(static_cast<const WideString&>(slot->entry->key)))
+                return &*slot->entry;
+        }
+    }
+
     /// The entry under the key and true when it was made here from `args`; the entry already
     /// there and false otherwise (then neither the key nor the arguments are used). Throws only
     /// what allocation or V's constructor throws, and then nothing changed.
