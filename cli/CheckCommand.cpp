@@ -20,7 +20,6 @@
 #include <nlohmann/json.hpp>
 
 #include <memory>
-#include <sstream>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -225,25 +224,16 @@ int RunChecks(const CheckOptions& options, std::ostream& out, std::ostream& err)
 
     enum Outcome : int { Clean = 0, WithProblems = 1, NotOpened = 2 };
     auto job = [&](size_t i) {
-        const BatchFamily& entry = families[i];
-        const std::string& path = entry.input.familyPath;
-        std::ostringstream familyOut, familyErr;
-        const std::unique_ptr<CEncapFamily> family =
-            OpenBatchFamily(entry, materials, json, familyOut, familyErr);
-        JobOutput output;
-        if (!family) {
-            output.exitCode = NotOpened;
-        } else {
-            const Report report = CheckTable(*family->GetEncapFamilyTable());
-            if (json)
-                PrintJson(report, path, familyOut);
-            else
-                PrintText(report, path, familyOut);
-            output.exitCode = report.problems.empty() ? Clean : WithProblems;
-        }
-        output.out = familyOut.str();
-        output.err = familyErr.str();
-        return output;
+        const std::string& path = families[i].input.familyPath;
+        return RunBatchFamily(families[i], materials, json, NotOpened,
+                              [&](CEncapFamily& family, std::ostream& familyOut, std::ostream&) {
+                                  const Report report = CheckTable(*family.GetEncapFamilyTable());
+                                  if (json)
+                                      PrintJson(report, path, familyOut);
+                                  else
+                                      PrintText(report, path, familyOut);
+                                  return report.problems.empty() ? Clean : WithProblems;
+                              });
     };
 
     size_t counts[3] = {0, 0, 0};

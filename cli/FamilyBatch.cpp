@@ -6,6 +6,7 @@
 #include "torvex/family/CEncapFamily.h"
 
 #include <ostream>
+#include <sstream>
 
 #include <algorithm>
 #include <filesystem>
@@ -98,6 +99,20 @@ std::unique_ptr<CEncapFamily> OpenBatchFamily(const BatchFamily& entry,
                 << ",\n  \"error\": " << JsonString(message) << "\n}\n";
     }
     return family;
+}
+
+JobOutput
+RunBatchFamily(const BatchFamily& entry, std::shared_ptr<const CMaterialTable> materials, bool json,
+               int notOpened,
+               const std::function<int(CEncapFamily&, std::ostream&, std::ostream&)>& print) {
+    std::ostringstream familyOut, familyErr;
+    const std::unique_ptr<CEncapFamily> family =
+        OpenBatchFamily(entry, std::move(materials), json, familyOut, familyErr);
+    JobOutput output;
+    output.exitCode = family ? print(*family, familyOut, familyErr) : notOpened;
+    output.out = familyOut.str();
+    output.err = familyErr.str();
+    return output;
 }
 
 } // namespace torvex::cli

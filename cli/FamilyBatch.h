@@ -3,7 +3,9 @@
 // or several documents and folders, whose families run on several threads.
 
 #include "FamilyFile.h"
+#include "RunInOrder.h"
 
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -42,6 +44,14 @@ unsigned JobThreads(unsigned asked);
 std::unique_ptr<CEncapFamily> OpenBatchFamily(const BatchFamily& entry,
                                               std::shared_ptr<const CMaterialTable> materials,
                                               bool json, std::ostream& out, std::ostream& err);
+
+/// One family's job of a batch: opens it (OpenBatchFamily) and runs print(family, out, err) on
+/// it, with what both write held back for RunInOrder. print's exit code, or `notOpened` when the
+/// family didn't open. Throws what print throws.
+JobOutput
+RunBatchFamily(const BatchFamily& entry, std::shared_ptr<const CMaterialTable> materials, bool json,
+               int notOpened,
+               const std::function<int(CEncapFamily&, std::ostream&, std::ostream&)>& print);
 
 /// A message about the family at `path`: `message` itself when it names the path, else the path
 /// and the message. Never fails.

@@ -15,7 +15,6 @@
 #include "torvex/text/DataTypes.h"
 
 #include <memory>
-#include <sstream>
 
 namespace torvex::cli {
 namespace {
@@ -195,22 +194,14 @@ int RunTables(const TableOptions& options, std::ostream& out, std::ostream& err)
     const size_t width = options.width ? options.width : TablePrinter::TerminalWidth();
 
     auto job = [&](size_t i) {
-        const BatchFamily& entry = families[i];
-        const std::string& path = entry.input.familyPath;
-        std::ostringstream familyOut, familyErr;
-        const std::unique_ptr<CEncapFamily> family =
-            OpenBatchFamily(entry, materials, json, familyOut, familyErr);
-        JobOutput output;
-        if (!family) {
-            output.exitCode = kExitFailed;
-        } else {
-            if (!json)
-                familyOut << "== " << path << " ==\n";
-            output.exitCode = PrintTable(*family, path, options, width, true, familyOut, familyErr);
-        }
-        output.out = familyOut.str();
-        output.err = familyErr.str();
-        return output;
+        const std::string& path = families[i].input.familyPath;
+        return RunBatchFamily(
+            families[i], materials, json, kExitFailed,
+            [&](CEncapFamily& family, std::ostream& familyOut, std::ostream& familyErr) {
+                if (!json)
+                    familyOut << "== " << path << " ==\n";
+                return PrintTable(family, path, options, width, true, familyOut, familyErr);
+            });
     };
 
     size_t notOpened = 0;

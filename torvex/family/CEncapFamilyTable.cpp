@@ -899,6 +899,14 @@ bool CEncapFamilyTable::GetEvaluatedXml(WideString& out) const {
     }
 }
 
+std::unordered_map<std::wstring_view, size_t> CEncapFamilyTable::ColumnPlaces() const {
+    std::unordered_map<std::wstring_view, size_t> places;
+    places.reserve(m_columnIds.size());
+    for (size_t i = 0; i < m_columnIds.size(); ++i)
+        places.emplace(m_columnIds[i], i);
+    return places;
+}
+
 CEncapFamilyTable::ExportOutcome
 CEncapFamilyTable::WriteEvaluatedTable(XMLTextWriter& writer) const {
     writer.WriteMarkup(kEvaluatedXmlDeclaration);
@@ -913,12 +921,8 @@ CEncapFamilyTable::WriteEvaluatedTable(XMLTextWriter& writer) const {
 
     // Reads go through GetValue, which fills the value cache: the table stays logically const.
     auto* self = const_cast<CEncapFamilyTable*>(this);
-    // Column ids as listed, compared exactly, to their place in the list: a row marks the
-    // columns it has cells for, and the others are added in list order.
-    std::unordered_map<std::wstring_view, size_t> places;
-    places.reserve(m_columnIds.size());
-    for (size_t i = 0; i < m_columnIds.size(); ++i)
-        places.emplace(m_columnIds[i], i);
+    // A row marks the columns it has cells for, and the others are added in list order.
+    const std::unordered_map<std::wstring_view, size_t> places = ColumnPlaces();
     std::vector<char> seen(m_columnIds.size());
     WideString rowId, columnId, value;
 
@@ -1007,12 +1011,8 @@ bool CEncapFamilyTable::GetEvaluatedXmlThroughCopy(WideString& out) const {
 
     // Reads go through GetValue, which fills the value cache: the table stays logically const.
     auto* self = const_cast<CEncapFamilyTable*>(this);
-    // Column ids as listed, compared exactly, to their place in the list: a row marks the
-    // columns it has cells for, and the others are added in list order.
-    std::unordered_map<std::wstring_view, size_t> places;
-    places.reserve(m_columnIds.size());
-    for (size_t i = 0; i < m_columnIds.size(); ++i)
-        places.emplace(m_columnIds[i], i);
+    // A row marks the columns it has cells for, and the others are added in list order.
+    const std::unordered_map<std::wstring_view, size_t> places = ColumnPlaces();
     std::vector<char> seen(m_columnIds.size());
     XMLNode rows;
     table.GetChildNode((L"./" + WideString(FamilyNames::ElemRows)).c_str(), rows);

@@ -11,8 +11,11 @@
 #include "torvex/text/DataTypes.h"
 #include "torvex/xml/XMLNode.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace torvex {
@@ -278,6 +281,9 @@ private:
     /// writer can't write in pieces. Fails as GetEvaluatedXml.
     bool GetEvaluatedXmlThroughCopy(WideString& out) const;
 
+    /// Column ids as listed, compared exactly, to their place in the list (views of m_columnIds:
+    /// valid until the list changes). Never fails.
+    std::unordered_map<std::wstring_view, size_t> ColumnPlaces() const;
     /// Builds columns, the dependency graph and rows from the node, in that order.
     void InitializeData();
     /// Deletes columns and rows and empties maps and lists; the status id stays.
