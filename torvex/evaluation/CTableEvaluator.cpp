@@ -1,6 +1,5 @@
 #include "torvex/evaluation/CTableEvaluator.h"
 
-#include "torvex/evaluation/CCircularDependencyChecker.h"
 #include "torvex/evaluation/CRangeParser.h"
 #include "torvex/evaluation/CTableValueCache.h"
 #include "torvex/evaluation/IEvaluatorProvider.h"
@@ -13,7 +12,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <optional>
 #include <typeinfo>
 #include <vector>
 
@@ -60,7 +58,6 @@ WideString RangeValueText(const WideString& text) {
 } // namespace
 
 CTableEvaluator::CTableEvaluator(CEncapFamilyTable* table) : m_table(table) {
-    m_spareEntries.reserve(16); // deeper nesting grows it
     if (m_table && m_table->GetFamily())
         m_provider = m_table->GetFamily()->GetEvaluatorProvider();
 }
@@ -97,15 +94,26 @@ struct CTableEvaluator::Frame {
 
     // Sets the frame up for a cell; the texts keep their room from earlier cells, so that a
     // warm frame allocates nothing for the next.
+    // `below` is the frame of the cell that refers to this one, in the same row, or null.
     void Begin(std::wstring_view row, std::wstring_view column, std::wstring_view lang,
-               CTableEvaluator& evaluator) {
+               const Frame* below, CTableEvaluator& evaluator) {
         rowId.assign(row);
         columnId.assign(column);
         language.assign(lang);
-        guard.emplace(rowId, columnId, &evaluator.m_inProgress, &evaluator.m_spareEntries);
+        rowHash = below ? below->rowHash : HashOfRow(row);
+        uint64_t hash = rowHash;
+        for (wchar_t c : column)
+            hash = TextHash::Add(hash, c);
+        keyHash = hash;
+        inProgress = nullptr;
+        alreadyInProgress = evaluator.m_inProgress.Contains(*this);
+        if (!alreadyInProgress)
+            evaluator.m_inProgress.Enter(this);
+        inProgress = &evaluator.m_inProgress;
         remember = false;
         changeCount = 0;
         this->column = nullptr;
+        known = nullptr;
         unit = nullptr;
         dataType = DataTypes::DataString;
         numericType = false;
@@ -120,16 +128,32 @@ struct CTableEvaluator::Frame {
         referenced = nullptr;
     }
     // Takes the cell out of progress.
-    void End() { guard.reset(); }
+    void End() {
+        if (inProgress && !alreadyInProgress)
+            inProgress->Leave(this);
+        inProgress = nullptr;
+    }
+    // The hash of the key's start, "row{".
+    static uint64_t HashOfRow(std::wstring_view row) {
+        uint64_t hash = TextHash::Start();
+        for (wchar_t c : row)
+            hash = TextHash::Add(hash, c);
+        return TextHash::Add(hash, L'{');
+    }
 
     WideString rowId;
     WideString columnId;
     WideString language;
-    std::optional<CCircularDependencyChecker> guard;
-    bool remember = false;    // whether a result other than 0 is remembered (Outcome)
-    uint64_t changeCount = 0; // the value cache's change count when the evaluation began
+    // The cell's key "row{column", as a hash: of its start and of the whole.
+    uint64_t rowHash = 0;
+    uint64_t keyHash = 0;
+    InProgress* inProgress = nullptr; // the set the cell is in, while it is
+    bool alreadyInProgress = false;   // the key was in the set when the cell began
+    bool remember = false;            // whether a result other than 0 is remembered (Outcome)
+    uint64_t changeCount = 0;         // the value cache's change count when the evaluation began
     CEncapFamilyColumn* column = nullptr;
-    const wchar_t* unit = nullptr; // the column's unit, "ul" for none
+    CEncapFamilyColumn* known = nullptr; // the column, when the caller found it already
+    const wchar_t* unit = nullptr;       // the column's unit, "ul" for none
     DataTypes::ColumnDataType dataType = DataTypes::DataString;
     bool numericType = false;
     FormulaPiece wholeText;     // a text without a brace, as one literal
@@ -145,6 +169,53 @@ struct CTableEvaluator::Frame {
     WideString internalUnit;
     WideString internalText;
 };
+
+bool CTableEvaluator::InProgress::Contains(const Frame& frame) const {
+    // Two keys "row{column" are equal when their texts are, however the braces fall.
+    auto sameKey = [&frame](const Frame& other) {
+        const std::wstring_view row = frame.rowId, column = frame.columnId;
+        const std::wstring_view otherRow = other.rowId, otherColumn = other.columnId;
+        if (row.size() + column.size() != otherRow.size() + otherColumn.size())
+            return false;
+        if (row.size() == otherRow.size())
+            return column == otherColumn && row == otherRow;
+        auto at = [](std::wstring_view r, std::wstring_view c, size_t i) {
+            return i < r.size() ? r[i] : i == r.size() ? L'{' : c[i - r.size() - 1];
+        };
+        for (size_t i = 0; i <= row.size() + column.size(); ++i)
+            if (at(row, column, i) != at(otherRow, otherColumn, i))
+                return false;
+        return true;
+    };
+    for (size_t i = 0; i < m_hashes.size(); ++i)
+        if (m_hashes[i] == frame.keyHash && sameKey(*m_frames[i]))
+            return true;
+    return false;
+}
+
+void CTableEvaluator::InProgress::Enter(const Frame* frame) {
+    m_frames.reserve(m_frames.size() + 1);
+    m_hashes.push_back(frame->keyHash);
+    m_frames.push_back(frame); // the room was made
+}
+
+void CTableEvaluator::InProgress::Leave(const Frame* frame) {
+    // Cells leave in the order opposite to their entry; the search is for safety.
+    for (size_t i = m_frames.size(); i-- > 0;) {
+        if (m_frames[i] == frame) {
+            m_frames.erase(m_frames.begin() + static_cast<std::ptrdiff_t>(i));
+            m_hashes.erase(m_hashes.begin() + static_cast<std::ptrdiff_t>(i));
+            return;
+        }
+    }
+}
+
+std::set<WideString> CTableEvaluator::InProgress::Keys() const {
+    std::set<WideString> keys;
+    for (const Frame* frame : m_frames)
+        keys.insert(frame->rowId + L'{' + frame->columnId);
+    return keys;
+}
 
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, WideString columnId,
                                                               WideString language) {
@@ -167,7 +238,8 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
     }
     // Frames come from the pool and go back to it, also when a host's call comes back into
     // the evaluation while this one runs.
-    auto push = [&](std::wstring_view row, std::wstring_view column, std::wstring_view lang) {
+    auto push = [&](std::wstring_view row, std::wstring_view column, std::wstring_view lang,
+                    const Frame* below) {
         std::unique_ptr<Frame> frame;
         if (m_framePool.empty()) {
             frame = std::make_unique<Frame>();
@@ -175,7 +247,8 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
             frame = std::move(m_framePool.back());
             m_framePool.pop_back();
         }
-        frame->Begin(row, column, lang, *this);
+        frames.reserve(frames.size() + 1);
+        frame->Begin(row, column, lang, below, *this);
         frames.push_back(frame.release());
     };
     auto pop = [&]() {
@@ -200,7 +273,7 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
             }
         }
     } unwind{frames, pop, m_spareFrameLists};
-    push(rowId, columnId, language);
+    push(rowId, columnId, language, nullptr);
     // The cell asked for is evaluated whatever is remembered of it: each read of a cell that
     // fails or gives 8 asks the host again. Only the cells it refers to are recalled.
     bool done = BeginCell(*frames.back(), false);
@@ -209,8 +282,10 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
         if (!done)
             done = ContinueCell(frame);
         if (!done) {
-            // As the column's GetValue would: Evaluate(rowId, its own id, language).
-            push(frame.rowId, frame.referenced->m_columnId, frame.language);
+            // As the column's GetValue would: Evaluate(rowId, its own id, language). The id
+            // finds the very column the reference named, in the same state of the columns.
+            push(frame.rowId, frame.referenced->m_columnId, frame.language, &frame);
+            frames.back()->known = frame.referenced;
             done = BeginCell(*frames.back(), true);
             continue;
         }
@@ -230,14 +305,15 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
 }
 
 bool CTableEvaluator::BeginCell(Frame& frame, bool recall) {
-    if (frame.guard->IsAlreadyInProgress()) {
+    if (frame.alreadyInProgress) {
         frame.result = EvalCircularDependency;
         return true;
     }
     frame.result = EvalNoValue;
     if (!m_table)
         return true;
-    CEncapFamilyColumn* column = m_table->GetFamilyColumnByID(frame.columnId.c_str());
+    CEncapFamilyColumn* column =
+        frame.known ? frame.known : m_table->GetFamilyColumnByID(frame.columnId.c_str());
     if (!column)
         return true;
     frame.column = column;

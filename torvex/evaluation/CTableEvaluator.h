@@ -7,7 +7,6 @@
 // word, a plain number, or an expression with units that the host computes. The library parses
 // no arithmetic itself: the host's IEvaluatorProvider does.
 
-#include "torvex/evaluation/CCircularDependencyChecker.h"
 #include "torvex/evaluation/FormulaPiece.h"
 #include "torvex/platform/WideString.h"
 #include "torvex/text/DataTypes.h"
@@ -133,11 +132,30 @@ public:
     IEvaluatorProvider* GetProvider() const { return m_provider; }
     /// Number of texts in the memo of split formulas. Never fails.
     size_t GetSplitMemoSize() const { return m_splitMemo.size(); }
-    /// The cells being evaluated now ("row{column"); empty between top-level evaluations.
-    const std::set<WideString>& GetCellsInProgress() const { return m_inProgress; }
+    /// The keys ("row{column") of the cells being evaluated now; empty between top-level
+    /// evaluations. Never fails (but for memory).
+    std::set<WideString> GetCellsInProgress() const { return m_inProgress.Keys(); }
 
 private:
     struct Frame;
+    /// The cells being evaluated now, keyed "row{column" (the language plays no part): the
+    /// frames of every evaluation under way, each with its key's hash, so that a cell is
+    /// looked for among them without a key being made or compared whole.
+    class InProgress {
+    public:
+        /// True when a frame of the same key is in. Never fails.
+        bool Contains(const Frame& frame) const;
+        /// Enters the frame; throws only for want of memory, and then nothing changed.
+        void Enter(const Frame* frame);
+        /// Takes the frame out; nothing when it is not in. Never fails.
+        void Leave(const Frame* frame);
+        /// The keys of the frames in. Never fails (but for memory).
+        std::set<WideString> Keys() const;
+
+    private:
+        std::vector<const Frame*> m_frames; // in the order they came
+        std::vector<uint64_t> m_hashes;     // their keys' hashes, side by side
+    };
     /// What a cell's evaluation gave when it left no value in the cache.
     struct Outcome {
         EvaluateResult result = EvalOk;
@@ -221,8 +239,7 @@ private:
     // The split each column's cell used last (the address may be that of a column deleted
     // since: only the text compared decides).
     std::unordered_map<const CEncapFamilyColumn*, SplitText*> m_columnSplits;
-    std::set<WideString> m_inProgress;
-    CCircularDependencyChecker::SpareEntries m_spareEntries; // entries of m_inProgress, reused
+    InProgress m_inProgress;
     IEvaluatorProvider* m_provider = nullptr;
     std::unordered_map<OutcomeKey, Outcome, OutcomeKeyHash, OutcomeKeyEqual> m_outcomes;
     uint64_t m_outcomesChangeCount = 0; // the value cache's count the outcomes belong to

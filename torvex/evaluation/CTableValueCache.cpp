@@ -107,6 +107,24 @@ void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view colum
     if (!row)
         return; // an empty row id while no row is remembered has no cache
     row->StoreValue(columnId, language, value);
+    NoteLanguage(language);
+}
+
+void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view columnId,
+                                std::wstring_view language, std::wstring_view value,
+                                ColumnReadHint& hint) {
+    CValueCacheLoc* row = RowCache(rowId, true);
+    if (!row)
+        return;
+    if (!hint.key || hint.generation != m_keys.Generation()) {
+        hint.key = m_keys.Intern(columnId);
+        hint.generation = m_keys.Generation();
+    }
+    row->StorePooled(hint.key, language, value);
+    NoteLanguage(language);
+}
+
+void CTableValueCache::NoteLanguage(std::wstring_view language) {
     // The languages are few: the last one entered is compared first.
     if (m_lastLanguage && language == *m_lastLanguage)
         return;

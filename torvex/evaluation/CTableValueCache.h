@@ -55,6 +55,11 @@ public:
     /// Stores or overwrites a value, creating the row cache; never fails.
     void SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                   std::wstring_view value);
+    /// SetValue for the writer of one column, with the hint it reads with: the pooled key is
+    /// taken from the hint while the pool stands (and put there otherwise), so that a store
+    /// hashes no column id. Never fails.
+    void SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
+                  std::wstring_view value, ColumnReadHint& hint);
     /// Forgets one value; silent when it is not cached.
     void ClearValue(const WideString& rowId, const WideString& columnId,
                     const WideString& language);
@@ -159,6 +164,8 @@ private:
 
     // GetRowCache by view: a hit on the memo or the map copies no key.
     CValueCacheLoc* RowCache(std::wstring_view rowId, bool create);
+    // Enters a language stored into in the language index.
+    void NoteLanguage(std::wstring_view language);
 
     CCacheKeyPool m_keys; // declared before the rows, which point into it: it outlives them
     // Hashed, so that a lookup walks no tree of row ids; Save still writes the rows in id order.

@@ -119,10 +119,8 @@ void CValueCacheLoc::Erase(Language& language, size_t at) {
     language.gaps = 0;
 }
 
-void CValueCacheLoc::StoreIn(Language& language, std::wstring_view columnId,
-                             std::wstring_view text) {
+void CValueCacheLoc::StoreIn(Language& language, const WideString* column, std::wstring_view text) {
     // Pooled keys compare by address.
-    const WideString* column = Keys().Intern(columnId);
     auto& values = language.values;
     const size_t at = Find(language, column);
     const auto same = values.begin() + static_cast<std::ptrdiff_t>(at);
@@ -173,8 +171,13 @@ void CValueCacheLoc::CompactIfWasteful(Language& language) {
 
 void CValueCacheLoc::StoreValue(std::wstring_view columnId, std::wstring_view language,
                                 std::wstring_view value) {
+    StorePooled(Keys().Intern(columnId), language, value);
+}
+
+void CValueCacheLoc::StorePooled(const WideString* column, std::wstring_view language,
+                                 std::wstring_view value) {
     Language& entry = LanguageEntry(language);
-    StoreIn(entry, columnId, value);
+    StoreIn(entry, column, value);
     if (entry.Count() == 0) // only a value too long to keep gets here
         m_languages.erase(FindLanguage(language));
     MarkOwnerDirty();
@@ -294,7 +297,7 @@ int CValueCacheLoc::Load(CCacheArchive& archive) {
                 WideString value = archive.ReadString();
                 if (columnIndex < 0 || size_t(columnIndex) >= columnNames.size())
                     continue; // a column without an index: the value is dropped
-                StoreIn(entry, columnNames[columnIndex], value);
+                StoreIn(entry, Keys().Intern(columnNames[columnIndex]), value);
             }
             current = nullptr;
         }

@@ -62,6 +62,9 @@ public:
     /// SetCachedValue by view: copies the key texts only the first time the table meets them.
     void StoreValue(std::wstring_view columnId, std::wstring_view language,
                     std::wstring_view value);
+    /// StoreValue by a key of the owner's pool, which a writer of one column keeps: hashes no
+    /// column id. Never fails.
+    void StorePooled(const WideString* column, std::wstring_view language, std::wstring_view value);
     /// Number of languages that hold values.
     size_t GetLanguageCount() const { return m_languages.size(); }
     /// Calls fn(columnId, language) for every value held, language by language. Never fails.
@@ -108,7 +111,7 @@ private:
     // The entry of the language, made in order when absent.
     Language& LanguageEntry(std::wstring_view language);
     // Stores into one language: overwrites, or appends.
-    void StoreIn(Language& language, std::wstring_view columnId, std::wstring_view text);
+    void StoreIn(Language& language, const WideString* column, std::wstring_view text);
     // Rewrites the texts without the unused characters once they are most of the buffer.
     static void CompactIfWasteful(Language& language);
     // Erases the column from the language, and the language once it is empty. True when a value

@@ -156,6 +156,10 @@ bool CEncapFamily::IsFamilyColumnLocalized(const wchar_t* columnId) const {
     return m_mapping && m_mapping->IsFamilyColumnLocalized(columnId);
 }
 
+uint64_t CEncapFamily::GetLocalizedGeneration() const {
+    return m_mapping ? m_mapping->GetLocalizedGeneration() : 0;
+}
+
 bool CEncapFamily::IsCatParamLocalized(const wchar_t* name) const {
     XMLNode parameter;
     bool localized = false;

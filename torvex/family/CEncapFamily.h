@@ -65,6 +65,9 @@ public:
     /// Whether the column's texts depend on the language: false without a mapping, else the
     /// mapping's answer.
     bool IsFamilyColumnLocalized(const wchar_t* columnId) const;
+    /// The generation of the mapping's answers (CEncapFamilyMapping::GetLocalizedGeneration):
+    /// an answer taken while it stands still holds. 0 without a mapping. Never fails.
+    uint64_t GetLocalizedGeneration() const;
     /// Whether the category parameter of that name (ignoring case) has ValueLocalized "true"
     /// (any case); false for an unknown name or a missing attribute.
     bool IsCatParamLocalized(const wchar_t* name) const;

@@ -81,7 +81,8 @@ void CEncapFamilyColumn::InitMemoryCache() {
 
 void CEncapFamilyColumn::SetIdInMemory(const WideString& columnId) {
     m_columnId = columnId;
-    m_readHint = {}; // the key pooled for the old id is not this column's
+    m_readHint = {};  // the key pooled for the old id is not this column's
+    m_localized = {}; // nor the answer
 }
 
 CEncapFamily* CEncapFamilyColumn::GetFamily() const {
@@ -145,7 +146,7 @@ Result CEncapFamilyColumn::ReadBackEvaluated(const wchar_t* rowId, const wchar_t
                                              Result evaluated, WideString& out) {
     if (evaluated != CTableEvaluator::EvalOk && evaluated != CTableEvaluator::EvalUnitMismatch)
         return evaluated;
-    if (!m_cache || m_cache->GetValue(rowId, m_columnId, language, out) != 0)
+    if (!m_cache || m_cache->GetValue(rowId, m_columnId, language, m_readHint, out) != 0)
         return CTableEvaluator::EvalNoValue;
     if (evaluated == CTableEvaluator::EvalUnitMismatch) {
         // A value from the unitless fall-back is never kept, so each read warns anew.
@@ -206,7 +207,7 @@ void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* valu
 void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* language,
                                        const wchar_t* value) {
     if (m_cache)
-        m_cache->SetValue(rowId ? rowId : L"", m_columnId, Text(language), Text(value));
+        m_cache->SetValue(rowId ? rowId : L"", m_columnId, Text(language), Text(value), m_readHint);
 }
 
 void CEncapFamilyColumn::InvalidateCache(const WideString& rowId, const WideString& language) {
@@ -370,7 +371,16 @@ bool CEncapFamilyColumn::IsExpressionColumn() const {
 }
 
 bool CEncapFamilyColumn::IsLocalized() const {
-    return m_table && m_table->IsColumnLocalized(m_columnId.c_str());
+    if (!m_table)
+        return false;
+    // Asked for every cell evaluated: the answer is kept while the mapping's answers stand.
+    const CEncapFamily* family = m_table->GetFamily();
+    const uint64_t generation = family ? family->GetLocalizedGeneration() : 0;
+    if (generation != 0 && m_localized.generation == generation)
+        return m_localized.answer;
+    const bool answer = m_table->IsColumnLocalized(m_columnId.c_str());
+    m_localized = {generation, answer};
+    return answer;
 }
 
 bool CEncapFamilyColumn::IsLegacyMapColumn() const {

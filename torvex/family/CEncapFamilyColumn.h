@@ -307,6 +307,12 @@ private:
     WideString m_formula;
     WideString m_columnId;                       // set through SetIdInMemory
     CTableValueCache::ColumnReadHint m_readHint; // of m_columnId in m_cache
+    // IsLocalized's last answer, and the generation of the mapping's answers it came in.
+    struct LocalizedAnswer {
+        uint64_t generation = 0; // none yet
+        bool answer = false;
+    };
+    mutable LocalizedAnswer m_localized;
     WideString m_title;
     bool m_custom = false;
     bool m_hidden = false;

@@ -13,6 +13,7 @@
 #include "torvex/xml/XPathLiteral.h"
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -255,6 +256,12 @@ bool CEncapFamilyMapping::FindVisibleColumn(const wchar_t* columnId, XMLNode& co
     const WideString path = columns + L"[@" + N::AttrColumnId + L" = \"" + columnId + L"\" and @" +
                             N::AttrHidden + L" = \"" + N::ValueFalse + L"\"]";
     return root.GetChildNode(path.c_str(), column);
+}
+
+uint64_t CEncapFamilyMapping::NextLocalizedGeneration() {
+    // Shared by every mapping, so that a generation names one mapping in one state.
+    static std::atomic<uint64_t> next{1};
+    return next.fetch_add(1, std::memory_order_relaxed);
 }
 
 bool CEncapFamilyMapping::IsFamilyColumnLocalized(const wchar_t* columnId) {

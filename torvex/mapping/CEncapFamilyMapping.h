@@ -21,6 +21,7 @@
 #include "torvex/text/TextHash.h"
 #include "torvex/xml/XMLNode.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -118,6 +119,9 @@ private:
     /// True when a category parameter the column bears is localized, or when it bears none and
     /// is a visible string column. Answers are kept per id as spelled.
     bool IsFamilyColumnLocalized(const wchar_t* columnId);
+    /// Names the present state of those answers: it moves on whenever one is dropped, and no
+    /// two mappings share one, so that an answer taken while it stands still holds. Never fails.
+    uint64_t GetLocalizedGeneration() const { return m_localizedGeneration; }
     /// Sets the column's flags and binding from the template parameters it drives; nothing for
     /// null or a column that drives none.
     void InitializeColumnData(CEncapFamilyColumn* column);
@@ -154,11 +158,14 @@ private:
     /// The parameter of that id in the template of that name (ignoring case); null when either
     /// is missing.
     CEncapFamilyTemplateParameter* FindParameter(const WideString& templateName, int id) const;
-    /// Drops the column's localization answer (id as spelled).
+    /// Drops the column's localization answer (id as spelled), and moves the answers'
+    /// generation on.
     void ForgetLocalized(const WideString& columnId) {
         if (const auto found = m_localizedColumns.find(columnId); found != m_localizedColumns.end())
             m_localizedColumns.erase(found);
+        m_localizedGeneration = NextLocalizedGeneration();
     }
+    static uint64_t NextLocalizedGeneration();
 
     /// What the load looks up once per column, gathered in one pass over the document.
     struct LoadIndex;
@@ -175,6 +182,7 @@ private:
     CStringMapTo<CEncapMemberColToParam*> m_colToParam;
     // Hashed and looked up by view: each evaluated cell asks.
     std::unordered_map<WideString, bool, TextHash, std::equal_to<>> m_localizedColumns;
+    uint64_t m_localizedGeneration = NextLocalizedGeneration(); // see GetLocalizedGeneration
     std::unique_ptr<LoadIndex> m_loadIndex;
 };
 

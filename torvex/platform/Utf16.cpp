@@ -51,9 +51,16 @@ size_t ToUtf8(std::wstring_view text, char* out) {
 }
 
 std::wstring FromUtf8(std::string_view bytes) {
-    // Never more characters than bytes: sized once, cut to length.
-    std::wstring out(bytes.size(), L'\0');
-    wchar_t* o = out.data();
+    std::wstring out;
+    AppendUtf8(bytes, out);
+    return out;
+}
+
+void AppendUtf8(std::string_view bytes, std::wstring& out) {
+    // Never more characters than bytes: grown once, cut to length.
+    const size_t start = out.size();
+    out.resize(start + bytes.size());
+    wchar_t* o = out.data() + start;
     size_t i = 0;
     const size_t n = bytes.size();
     while (i < n) {
@@ -95,7 +102,6 @@ std::wstring FromUtf8(std::string_view bytes) {
         i = j;
     }
     out.resize(static_cast<size_t>(o - out.data()));
-    return out;
 }
 
 std::u16string ToUtf16(std::wstring_view text) {

@@ -15,6 +15,8 @@ std::string ToUtf8(std::wstring_view text);
 size_t ToUtf8(std::wstring_view text, char* out);
 /// Wide text of UTF-8 bytes; never fails (invalid sequences become U+FFFD).
 std::wstring FromUtf8(std::string_view bytes);
+/// FromUtf8 appended to `out`; never fails.
+void AppendUtf8(std::string_view bytes, std::wstring& out);
 /// UTF-16 code units of wide text: characters above U+FFFF become surrogate pairs.
 std::u16string ToUtf16(std::wstring_view text);
 /// Wide text of UTF-16 code units: pairs are joined, a lone surrogate becomes U+FFFD.

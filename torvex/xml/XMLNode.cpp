@@ -586,12 +586,7 @@ bool ReadAttribute(const XMLNode& node, const wchar_t* name, WideString& text) {
     if (!node.IsNode() || name == nullptr) {
         return false;
     }
-    std::string value;
-    if (GetAttribute(Raw(node), Utf8(name), value) != XmlStatus::Ok) {
-        return false;
-    }
-    text = platform::FromUtf8(value);
-    return true;
+    return GetAttribute(Raw(node), name, text) == XmlStatus::Ok;
 }
 
 } // namespace

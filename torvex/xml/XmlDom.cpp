@@ -875,6 +875,44 @@ int32_t GetAttribute(xmlNodePtr element, const std::string& name, std::string& v
     return XmlStatus::Ok;
 }
 
+int32_t GetAttribute(xmlNodePtr element, const wchar_t* name, std::wstring& value) {
+    if (element->type != XML_ELEMENT_NODE) {
+        return XmlStatus::Fail;
+    }
+    // The usual short name is put in UTF-8 on the stack, and the value read straight into wide
+    // text: no other copy of either is made.
+    constexpr size_t kShortName = 64;
+    const std::wstring_view wide(name);
+    char local[kShortName * 4 + 1];
+    std::string heap;
+    const char* utf8 = local;
+    if (wide.size() <= kShortName) {
+        local[platform::ToUtf8(wide, local)] = '\0';
+    } else {
+        heap = platform::ToUtf8(wide);
+        utf8 = heap.c_str();
+    }
+    if (std::strncmp(utf8, "xmlns", 5) == 0 && (utf8[5] == '\0' || utf8[5] == ':')) {
+        std::string text;
+        const int32_t status = GetAttribute(element, std::string(utf8), text);
+        if (status == XmlStatus::Ok) {
+            value = platform::FromUtf8(text);
+        }
+        return status;
+    }
+    xmlAttrPtr attr = FindAttribute(element, utf8);
+    if (attr == nullptr) {
+        return XmlStatus::False;
+    }
+    value.clear();
+    for (xmlNodePtr text = attr->children; text != nullptr; text = text->next) {
+        if (text->content != nullptr) {
+            platform::AppendUtf8(C(text->content), value);
+        }
+    }
+    return XmlStatus::Ok;
+}
+
 int32_t SetAttribute(xmlNodePtr element, const std::string& name, const std::string& value) {
     if (element->type != XML_ELEMENT_NODE) {
         return XmlStatus::Fail;

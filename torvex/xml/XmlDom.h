@@ -115,6 +115,8 @@ xmlNodePtr DocumentElement(xmlDocPtr doc);
 /// Attribute lookup by qualified name; namespace declarations count as attributes "xmlns" and
 /// "xmlns:p". Ok with the value, False when absent, a failure for a node that is no element.
 int32_t GetAttribute(xmlNodePtr element, const std::string& name, std::string& value);
+/// The same for a wide name (not null) into wide text, `value` untouched unless Ok.
+int32_t GetAttribute(xmlNodePtr element, const wchar_t* name, std::wstring& value);
 /// Sets or replaces in place; fails for a non-element or an invalid name.
 int32_t SetAttribute(xmlNodePtr element, const std::string& name, const std::string& value);
 /// Removes; Ok also when absent; fails for a non-element or a namespace declaration.
