@@ -266,6 +266,22 @@ TEST(MappingLocalized, ParametersDecideElseVisibleStringColumns) {
     EXPECT_FALSE(family->IsFamilyColumnLocalized(L"HiddenString"));
 }
 
+// A column keeps its answer between cells; binding or freeing a parameter changes it at once.
+TEST(MappingLocalized, AColumnFollowsItsParametersAsTheyChange) {
+    Parts p;
+    p.categories = L"<CategoryParameter InternalName='Local' ValueLocalized='true'/>";
+    p.columns = L"<Column ColumnId='Size' Hidden='false' ValueType='double'/>";
+    auto family = Open(p);
+    CEncapFamilyColumn* size = Column(*family, L"Size");
+    CEncapFamilyMapping& mapping = *family->GetEncapFamilyMapping();
+    EXPECT_FALSE(size->IsLocalized());
+    EXPECT_FALSE(size->IsLocalized());
+    ASSERT_TRUE(mapping.AddParamToColumnMapping(size, L"cat", L"Local"));
+    EXPECT_TRUE(size->IsLocalized());
+    EXPECT_TRUE(CEncapFamilyMappingTestPeer::RemoveParamToColumn(mapping, L"Local"));
+    EXPECT_FALSE(size->IsLocalized());
+}
+
 TEST(MappingLocalized, AColumnFirstAskedAfterTheLoadReadsTheDocument) {
     Parts p;
     p.columns = L"<Column ColumnId='Early' Hidden='false' ValueType='string'/>";
