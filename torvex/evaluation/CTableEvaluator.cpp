@@ -100,7 +100,7 @@ struct CTableEvaluator::Frame {
         rowId.assign(row);
         columnId.assign(column);
         language.assign(lang);
-        rowHash = below ? below->rowHash : HashOfRow(row);
+        rowHash = below ? below->rowHash : evaluator.RowHash(row);
         uint64_t hash = rowHash;
         for (wchar_t c : column)
             hash = TextHash::Add(hash, c);
@@ -133,14 +133,6 @@ struct CTableEvaluator::Frame {
             inProgress->Leave(this);
         inProgress = nullptr;
     }
-    // The hash of the key's start, "row{".
-    static uint64_t HashOfRow(std::wstring_view row) {
-        uint64_t hash = TextHash::Start();
-        for (wchar_t c : row)
-            hash = TextHash::Add(hash, c);
-        return TextHash::Add(hash, L'{');
-    }
-
     WideString rowId;
     WideString columnId;
     WideString language;
@@ -169,6 +161,17 @@ struct CTableEvaluator::Frame {
     WideString internalUnit;
     WideString internalText;
 };
+
+uint64_t CTableEvaluator::RowHash(std::wstring_view row) {
+    if (row != m_lastRow || m_lastRowHash == 0) {
+        uint64_t hash = TextHash::Start();
+        for (wchar_t c : row)
+            hash = TextHash::Add(hash, c);
+        m_lastRowHash = TextHash::Add(hash, L'{');
+        m_lastRow.assign(row);
+    }
+    return m_lastRowHash;
+}
 
 bool CTableEvaluator::InProgress::Contains(const Frame& frame) const {
     // Two keys "row{column" are equal when their texts are, however the braces fall.
@@ -224,7 +227,8 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
 
 CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_view rowId,
                                                                 std::wstring_view columnId,
-                                                                std::wstring_view language) {
+                                                                std::wstring_view language,
+                                                                CEncapFamilyColumn* known) {
     // A reference to a cell that isn't cached yet pushes a frame for that cell, and its value
     // goes back to the frame below when it is done: what the nested calls would do (each
     // reference through the column's GetValue, the table's Evaluate and EvaluateCell), on a list
@@ -274,6 +278,7 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
         }
     } unwind{frames, pop, m_spareFrameLists};
     push(rowId, columnId, language, nullptr);
+    frames.back()->known = known;
     // The cell asked for is evaluated whatever is remembered of it: each read of a cell that
     // fails or gives 8 asks the host again. Only the cells it refers to are recalled.
     bool done = BeginCell(*frames.back(), false);

@@ -77,8 +77,10 @@ public:
     EvaluateResult EvaluateCell(WideString rowId, WideString columnId, WideString language);
     /// EvaluateCell on views, for the table's own reads, which then copy no text; the views need
     /// only last until the cell's evaluation has begun. EvaluateCell's results.
+    /// `known`, when not null, is the column the table finds by `columnId` now, which the
+    /// evaluation then does not look up.
     EvaluateResult EvaluateCellOf(std::wstring_view rowId, std::wstring_view columnId,
-                                  std::wstring_view language);
+                                  std::wstring_view language, CEncapFamilyColumn* known = nullptr);
     /// EvaluateCell, then, on 0 and for a unit other than the column's, the value converted to
     /// `unit` replaces the cached one in the actual language. EvaluateCell's result.
     EvaluateResult EvaluateInUnit(WideString rowId, WideString columnId, WideString language,
@@ -206,6 +208,8 @@ private:
     bool RecallOutcome(Frame& frame, bool recall);
     /// Remembers the frame's result when it is not 0 and nothing changed while it evaluated.
     void RememberOutcome(const Frame& frame);
+    /// The hash of the start "row{" of the keys of the row's cells; the last row's is kept.
+    uint64_t RowHash(std::wstring_view row);
 
     /// A text with a brace cut into pieces, and the column each reference names, looked up while
     /// the table's columns stand as they did then (`generation`), so that a formula evaluated
@@ -246,6 +250,10 @@ private:
     // Frames of finished cells, kept with the room of their texts for the next cells.
     std::vector<std::unique_ptr<Frame>> m_framePool;
     std::vector<std::vector<Frame*>> m_spareFrameLists; // lists of frames, empty, with their room
+    // The row of the last cell asked for and the hash of its key's start, "row{": the cells of
+    // a row are mostly asked one after another.
+    WideString m_lastRow;
+    uint64_t m_lastRowHash = 0;
 };
 
 } // namespace torvex

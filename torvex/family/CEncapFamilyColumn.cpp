@@ -83,6 +83,7 @@ void CEncapFamilyColumn::SetIdInMemory(const WideString& columnId) {
     m_columnId = columnId;
     m_readHint = {};  // the key pooled for the old id is not this column's
     m_localized = {}; // nor the answer
+    m_foundInTable = UINT64_MAX;
 }
 
 CEncapFamily* CEncapFamilyColumn::GetFamily() const {
@@ -107,9 +108,16 @@ Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* languag
         return CTableEvaluator::EvalOk;
     const wchar_t* row = Text(rowId);
     const wchar_t* lang = Text(language);
-    // The table's Evaluate, without copies of the texts.
-    return ReadBackEvaluated(row, lang,
-                             m_table->GetEvaluator()->EvaluateCellOf(row, m_columnId, lang), out);
+    // The table's Evaluate, without copies of the texts. The table finds this very column by
+    // its id while its columns stand as they did when that was last seen.
+    const uint64_t generation = m_table->GetColumnsGeneration();
+    if (m_foundInTable != generation) {
+        m_foundInTable =
+            m_table->GetFamilyColumnByID(m_columnId.c_str()) == this ? generation : UINT64_MAX;
+    }
+    CEncapFamilyColumn* known = m_foundInTable == generation ? this : nullptr;
+    return ReadBackEvaluated(
+        row, lang, m_table->GetEvaluator()->EvaluateCellOf(row, m_columnId, lang, known), out);
 }
 
 bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language,

@@ -313,6 +313,8 @@ private:
         bool answer = false;
     };
     mutable LocalizedAnswer m_localized;
+    // The generation of the table's columns in which the table found this column by its id.
+    uint64_t m_foundInTable = UINT64_MAX;
     WideString m_title;
     bool m_custom = false;
     bool m_hidden = false;

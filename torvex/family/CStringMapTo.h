@@ -230,6 +230,9 @@ private:
     // True when the null-terminated text folds to the key `kept`; stops at the first difference.
     static bool MatchesFolded(const WideString& kept, const wchar_t* text) {
         const size_t size = kept.size();
+        // Ids are mostly written as they are kept (upper case): one comparison of the whole.
+        if (std::wcsncmp(text, kept.c_str(), size) == 0)
+            return !text[size];
         for (size_t i = 0; i < size; ++i)
             if (platform::AsciiUpper(text[i]) != kept[i] || !text[i])
                 return false;
