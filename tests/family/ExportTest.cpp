@@ -9,15 +9,6 @@
 
 namespace torvex {
 
-// The export made the plain way, as an edited copy of the table serialised whole: what the
-// export written in pieces must equal, character for character.
-class CEncapFamilyTableTestPeer {
-public:
-    static bool ExportThroughCopy(const CEncapFamilyTable& table, WideString& out) {
-        return table.GetEvaluatedXmlThroughCopy(out);
-    }
-};
-
 namespace test {
 namespace {
 

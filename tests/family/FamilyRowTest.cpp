@@ -75,6 +75,38 @@ TEST(FamilyRow, CellWritesReachTheDocumentAndMarkTheRow) {
     }
 }
 
+// A row's cells read one after another come from what was collected of the row; any change of
+// the document between two reads, through the table or on the nodes directly, shows at once.
+TEST(FamilyRow, RawReadsSeeEveryEditBetweenThem) {
+    auto family = OpenFamily(FamilyWithRow(L"<Row RowId=\"r\"><Cell ColumnId=\"a\">1</Cell>"
+                                           L"<Cell ColumnId=\"a\">2</Cell></Row>"
+                                           L"<Row RowId=\"s\"><Cell ColumnId=\"a\">9</Cell></Row>")
+                                 .c_str());
+    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    auto raw = [&table](const wchar_t* row, const wchar_t* column) {
+        WideString out = L"stale";
+        const long status = CEncapFamilyTableTestPeer::GetRawValue(table, row, column, out);
+        return std::to_wstring(status) + L":" + out;
+    };
+    for (int pass = 0; pass < 3; ++pass) {
+        EXPECT_EQ(raw(L"r", L"a"), L"0:1");
+        EXPECT_EQ(raw(L"r", L"A"), L"1:") << "ids compare exactly";
+        EXPECT_EQ(raw(L"r", L"a\""), L"1:");
+        EXPECT_EQ(raw(L"r", L"MEMBER_REVISION"), L"1:");
+    }
+    XMLNode first;
+    table.GetFamilyRowByID(L"r")->GetXMLNode().GetFirstChildNode(first);
+    first.SetNodeText(WideString(L"7"));
+    EXPECT_EQ(raw(L"r", L"a"), L"0:7");
+    first.RemoveThisNode(true);
+    EXPECT_EQ(raw(L"r", L"a"), L"0:2");
+    CEncapFamilyTableTestPeer::SetRawValue(table, L"r", L"MEMBER_REVISION", L"g");
+    EXPECT_EQ(raw(L"r", L"MEMBER_REVISION"), L"0:g");
+    EXPECT_EQ(raw(L"s", L"a"), L"0:9");
+    EXPECT_EQ(raw(L"s", L"a"), L"0:9");
+    EXPECT_EQ(raw(L"r", L"a"), L"0:2");
+}
+
 // State and suppression live in memory only; an inserted row counts as modified and a write
 // makes it modified; copies share the element and copy the state.
 TEST(FamilyRow, StateAndSuppressionLiveInMemoryOnly) {

@@ -24,6 +24,28 @@
 #include <memory>
 #include <string>
 
+namespace torvex {
+
+// The table's private steps that the tests reach.
+class CEncapFamilyTableTestPeer {
+public:
+    // The export made the plain way, as an edited copy of the table serialised whole: what the
+    // export written in pieces must equal, character for character.
+    static bool ExportThroughCopy(const CEncapFamilyTable& table, WideString& out) {
+        return table.GetEvaluatedXmlThroughCopy(out);
+    }
+    static long GetRawValue(const CEncapFamilyTable& table, const wchar_t* row,
+                            const wchar_t* column, WideString& out) {
+        return table.GetRawValue(row, column, out);
+    }
+    static void SetRawValue(CEncapFamilyTable& table, const wchar_t* row, const wchar_t* column,
+                            const wchar_t* value) {
+        table.SetRawValue(row, column, value);
+    }
+};
+
+} // namespace torvex
+
 namespace torvex::test {
 
 // A host that can't evaluate anything; it records its family and its deletion.

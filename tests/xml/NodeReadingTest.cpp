@@ -1,6 +1,8 @@
 // XMLNode, read side: empty handles, attribute conversions, navigation.
 
+#include <algorithm>
 #include <clocale>
+#include <vector>
 
 #include "platform/RequireLocale.h"
 #include "xml/XmlTestSupport.h"
@@ -209,8 +211,12 @@ TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
         LR"(<p:Cell ColumnId="c">5</p:Cell><Cell p:ColumnId="d">6</Cell>)"
         LR"(<Cell ColumnId="&lt;e&amp;&gt;">7</Cell><Cell ColumnId="">8</Cell>)"
         LR"(<Cell Other="q" ColumnId="r">9</Cell><Cell p:ColumnId="s" ColumnId="s">10</Cell>)"
+        LR"(<Cell ColumnId="n">x<i>y</i><![CDATA[z]]></Cell><Cell ColumnId="m"/>)"
         LR"(</Row>)");
     const XMLNode row = parser.GetRootNode();
+    // The collected children answer as the lookup does, each key by its first entry.
+    std::vector<XMLNode::KeyedChild> collected(20, {L"stale", L"stale"});
+    ASSERT_TRUE(row.CollectKeyedChildren(L"Cell", L"ColumnId", collected));
     struct Case {
         const wchar_t* name;
         const wchar_t* attribute;
@@ -224,7 +230,8 @@ TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
         {L"Cell", L"ColumnId", L"<e&>", L"7"}, {L"Cell", L"ColumnId", L"", L"8"},
         {L"Cell", L"ColumnId", L"z", nullptr}, {L"Cell", L"ColumnId", L"q", nullptr},
         {L"Cell", L"ColumnId", L"r", L"9"},    {L"Cell", L"ColumnId", L"s", L"10"},
-        {L"Cell", L"Other", L"r", nullptr},
+        {L"Cell", L"Other", L"r", nullptr},    {L"Cell", L"ColumnId", L"n", L"xyz"},
+        {L"Cell", L"ColumnId", L"m", L""},
     };
     for (const Case& c : cases) {
         const std::wstring path =
@@ -235,6 +242,15 @@ TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
         WideString text;
         found.GetNodeText(text);
         EXPECT_EQ(text, c.text ? c.text : L"") << Narrow(path);
+        if (path.find(L':') == std::wstring::npos && std::wstring(c.attribute) == L"ColumnId") {
+            const auto first = std::find_if(
+                collected.begin(), collected.end(),
+                [&c](const XMLNode::KeyedChild& child) { return child.key == c.value; });
+            EXPECT_EQ(first != collected.end(), c.text != nullptr) << Narrow(path);
+            if (first != collected.end()) {
+                EXPECT_EQ(first->text, text) << Narrow(path);
+            }
+        }
         // The prefix p is not bound in XPath, so the prefixed cases have no path answer.
         if (path.find(L':') == std::wstring::npos) {
             XMLNode selected;
@@ -246,6 +262,9 @@ TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
     EXPECT_FALSE(XMLNode().FindChildElement(L"Cell", L"ColumnId", L"a", untouched));
     EXPECT_FALSE(row.FindChildElement(L"Cell", nullptr, L"a", untouched));
     EXPECT_FALSE(untouched.IsNode());
+    EXPECT_EQ(collected.size(), 10u) << "the Cells with an unprefixed ColumnId, and only those";
+    EXPECT_FALSE(row.CollectKeyedChildren(L"p:Cell", L"ColumnId", collected));
+    EXPECT_TRUE(collected.empty());
 }
 
 } // namespace

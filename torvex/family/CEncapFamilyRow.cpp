@@ -55,6 +55,19 @@ bool CEncapFamilyRow::GetCellNode(const wchar_t* columnId, XMLNode& out) const {
 
 long CEncapFamilyRow::GetRawValue(const wchar_t* columnId, WideString& out) const {
     out.clear();
+    // The row's cells, collected once while its cells are read one after another.
+    if (const auto* cells = m_table ? m_table->CellsOfRow(*this) : nullptr) {
+        const wchar_t* id = columnId ? columnId : L"";
+        if (std::wcschr(id, L'"'))
+            return 1; // as GetCellNode: no such cell can be addressed
+        for (const XMLNode::KeyedChild& cell : *cells) {
+            if (cell.key == id) {
+                out = cell.text;
+                return 0;
+            }
+        }
+        return 1;
+    }
     XMLNode cell;
     if (!GetCellNode(columnId, cell))
         return 1;

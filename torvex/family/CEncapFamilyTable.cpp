@@ -667,6 +667,27 @@ WideString CEncapFamilyTable::GetMaterialRefKey(const wchar_t* key) const {
 
 // ---- Raw and localized routing ----
 
+const std::vector<XMLNode::KeyedChild>*
+CEncapFamilyTable::CellsOfRow(const CEncapFamilyRow& row) const {
+    // An evaluation reads the cells of one row after another; a row read once (a status cell
+    // at the load) is not worth collecting.
+    const XMLNode& node = row.GetXMLNode();
+    const uint64_t changes = node.GetDocumentChangeCount();
+    if (!m_rowCells.row.IsSameNode(node) || m_rowCells.changes != changes) {
+        m_rowCells.row = node;
+        m_rowCells.changes = changes;
+        m_rowCells.collected = false;
+        return nullptr;
+    }
+    if (!m_rowCells.collected) {
+        if (!node.CollectKeyedChildren(FamilyNames::ElemCell, FamilyNames::AttrColumnId,
+                                       m_rowCells.cells))
+            return nullptr;
+        m_rowCells.collected = true;
+    }
+    return &m_rowCells.cells;
+}
+
 long CEncapFamilyTable::GetRawValue(const wchar_t* rowId, const wchar_t* columnId,
                                     WideString& out) const {
     const CEncapFamilyRow* row = GetFamilyRowByID(rowId);

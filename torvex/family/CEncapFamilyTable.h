@@ -266,6 +266,18 @@ public:
     bool GetEvaluatedXml(WideString& out) const;
 
 private:
+    /// The Cells of a row asked for twice running, while the family document stands, each with
+    /// its column id and text in document order; null for a row asked for the first time (the
+    /// caller then reads the document). Valid until the next call.
+    const std::vector<XMLNode::KeyedChild>* CellsOfRow(const CEncapFamilyRow& row) const;
+    // What CellsOfRow keeps of the row asked for last.
+    struct RowCells {
+        XMLNode row;
+        uint64_t changes = 0; // of the document, when the cells were collected
+        bool collected = false;
+        std::vector<XMLNode::KeyedChild> cells;
+    };
+    mutable RowCells m_rowCells;
     friend class CEncapFamily;
     friend class CEncapFamilyTableTestPeer;
     friend class CEncapFamilyRow;

@@ -115,6 +115,12 @@ public:
     /// True and a copy of the value in `out`; false and `out` untouched when the key is absent.
     bool Lookup(const wchar_t* key, V& out) const {
         const wchar_t* text = key ? key : L"";
+        // The same text asked again (a row read column after column) is answered from the last
+        // hit, compared as written: the same text folds to the same key.
+        if (m_lastHit && EqualsCText(m_lastKey, text)) {
+            out = m_lastHit->value.value;
+            return true;
+        }
         // A text asked again where the caller keeps it (a loop over a list of ids) is answered
         // from the entry it found last, once the text is seen to still match that entry.
         Remembered* set = m_remembered ? &m_remembered[RememberedSet(text) * 2] : nullptr;
@@ -126,16 +132,11 @@ public:
                 }
             }
         }
-        // The same text asked again from elsewhere (a row read column after column) is answered
-        // from the last hit, compared as written: the same text folds to the same key.
-        const Node* node = m_lastHit && EqualsCText(m_lastKey, text) ? m_lastHit : nullptr;
-        if (!node) {
-            node = FindFolding(text);
-            if (!node)
-                return false;
-            m_lastKey.assign(text);
-            m_lastHit = node;
-        }
+        const Node* node = FindFolding(text);
+        if (!node)
+            return false;
+        m_lastKey.assign(text);
+        m_lastHit = node;
         if (!set) {
             m_remembered = std::make_unique<Remembered[]>(kRememberedSets * 2);
             set = &m_remembered[RememberedSet(text) * 2];

@@ -511,6 +511,60 @@ bool XMLNode::FindChildElement(const wchar_t* name, const wchar_t* attribute, co
     return false;
 }
 
+uint64_t XMLNode::GetDocumentChangeCount() const noexcept {
+    const Document* d = node_ != nullptr ? DocumentOf(ToXml(node_)) : nullptr;
+    return d != nullptr ? d->changes : 0;
+}
+
+bool XMLNode::CollectKeyedChildren(const wchar_t* name, const wchar_t* attribute,
+                                   std::vector<KeyedChild>& out) const {
+    // Entries keep their room from an earlier collection; only the count is cut at the end.
+    size_t count = 0;
+    if (node_ == nullptr || name == nullptr || attribute == nullptr ||
+        std::wcschr(name, L':') != nullptr || std::wcschr(attribute, L':') != nullptr) {
+        out.clear();
+        return false;
+    }
+    for (xmlNodePtr child = FirstChild(ToXml(node_)); child != nullptr; child = child->next) {
+        if (child->type != XML_ELEMENT_NODE || HasPrefix(child->ns) ||
+            !TextEquals(child->name, name)) {
+            continue;
+        }
+        // An element has at most one unprefixed attribute of a name.
+        xmlAttrPtr match = nullptr;
+        for (xmlAttrPtr attr = child->properties; attr != nullptr; attr = attr->next) {
+            if (!HasPrefix(attr->ns) && TextEquals(attr->name, attribute)) {
+                match = attr;
+                break;
+            }
+        }
+        if (match == nullptr) {
+            continue;
+        }
+        if (count == out.size()) {
+            out.emplace_back();
+        }
+        KeyedChild& entry = out[count++];
+        entry.key.clear();
+        for (xmlNodePtr text = match->children; text != nullptr; text = text->next) {
+            if (text->content != nullptr) {
+                platform::AppendUtf8(reinterpret_cast<const char*>(text->content), entry.key);
+            }
+        }
+        xmlNodePtr only = child->children;
+        entry.text.clear();
+        if (only != nullptr && only->next == nullptr && only->type == XML_TEXT_NODE) {
+            if (only->content != nullptr) {
+                platform::AppendUtf8(reinterpret_cast<const char*>(only->content), entry.text);
+            }
+        } else {
+            platform::AppendUtf8(xmldetail::NodeText(child), entry.text);
+        }
+    }
+    out.resize(count);
+    return true;
+}
+
 bool XMLNode::GetFirstChildNode(XMLNode& out) const {
     if (node_ == nullptr) {
         return false;

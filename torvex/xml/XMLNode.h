@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "torvex/platform/WideString.h"
 
@@ -62,6 +63,9 @@ public:
     void SetNode(const XMLNode& node) { *this = node; }
     /// Node identity: two empty handles are the same; an empty and a non-empty one are not.
     bool IsSameNode(const XMLNode& other) const noexcept { return node_ == other.node_; }
+    /// The change count of the node's document (XMLParser::GetChangeCount): what was read from
+    /// the node still holds while it stands. 0 for an empty node. Never fails.
+    uint64_t GetDocumentChangeCount() const noexcept;
     /// The DOM node kind (NodeType); NodeNone for an empty node.
     int GetNodeType() const;
 
@@ -96,6 +100,17 @@ public:
     /// unchanged for an empty node, a null argument or no match.
     bool FindChildElement(const wchar_t* name, const wchar_t* attribute, const wchar_t* value,
                           XMLNode& out) const;
+    /// A child element with the value of its key attribute and its text (GetNodeText).
+    struct KeyedChild {
+        WideString key;
+        WideString text;
+    };
+    /// Every child element that FindChildElement(name, attribute, value) could find, with its
+    /// value, in document order: the first entry of a key is what that call finds for it.
+    /// Plain names only (no prefix). False and `out` emptied for an empty node, a null or
+    /// prefixed name. Never throws but for memory.
+    bool CollectKeyedChildren(const wchar_t* name, const wchar_t* attribute,
+                              std::vector<KeyedChild>& out) const;
     /// Direct children whose nodeName equals `name` exactly (no XPath); `out` emptied first; true
     /// even without a match; false for an empty node or a null name.
     bool GetChildNodes(const wchar_t* name, XMLNodeArray& out) const;
