@@ -453,7 +453,7 @@ CTableEvaluator::EvaluateResult CTableEvaluator::FinishCell(Frame& frame) {
         if (expression.find(L'&') == WideString::npos)
             value.swap(expression);
         else
-            value = ConcatenateStrings(expression);
+            ConcatenateInto(expression, value);
     } else if (frame.dataType == DataTypes::DataBoolean) {
         // Kept as written, not normalised.
         if (!CStringUtil::IsLogicalValue(expression.c_str()))
@@ -633,32 +633,40 @@ CTableEvaluator::EvaluateExpression(WideString expression, DataTypes::ColumnForm
 }
 
 WideString CTableEvaluator::ConcatenateStrings(const WideString& text) {
-    // Tokens between runs of '&'; leading ones are skipped.
-    size_t position = 0;
-    auto nextToken = [&text, &position](bool& followedByDelimiter) {
-        const size_t start = text.find_first_not_of(L'&', position);
-        if (start == WideString::npos) {
-            position = text.size();
-            followedByDelimiter = false;
-            return WideString();
-        }
-        const size_t end = text.find(L'&', start);
-        followedByDelimiter = end != WideString::npos;
-        position = followedByDelimiter ? end + 1 : text.size();
-        return text.substr(start, (followedByDelimiter ? end : text.size()) - start);
-    };
-
-    bool delimited = false;
-    WideString token = nextToken(delimited);
-    // No concatenation at all: the text stands as written, quotes and all.
-    if (token.empty() || !delimited)
-        return text;
     WideString result;
-    while (!token.empty()) {
-        result += UnquoteString(Trimmed(token));
-        token = nextToken(delimited);
-    }
+    ConcatenateInto(text, result);
     return result;
+}
+
+void CTableEvaluator::ConcatenateInto(std::wstring_view text, WideString& result) {
+    // Tokens are the runs between '&'s; leading ones are skipped. Each is trimmed and unquoted
+    // straight into the result.
+    const size_t first = text.find_first_not_of(L'&');
+    if (first == std::wstring_view::npos || text.find(L'&', first) == std::wstring_view::npos) {
+        // No concatenation at all: the text stands as written, quotes and all.
+        result.assign(text);
+        return;
+    }
+    result.clear();
+    for (size_t start = first; start != std::wstring_view::npos;
+         start = text.find_first_not_of(L'&', start)) {
+        size_t end = text.find(L'&', start);
+        if (end == std::wstring_view::npos)
+            end = text.size();
+        size_t from = start, to = end;
+        while (from < to && platform::IsCSpace(text[from]))
+            ++from;
+        while (to > from && platform::IsCSpace(text[to - 1]))
+            --to;
+        // Single '"' characters go; '""' stands for one.
+        for (size_t i = from; i < to; ++i) {
+            if (text[i] != L'"')
+                result += text[i];
+            else if (i + 1 < to && text[i + 1] == L'"')
+                result += L'"', ++i;
+        }
+        start = end;
+    }
 }
 
 WideString CTableEvaluator::UnquoteString(const WideString& text) {

@@ -96,6 +96,8 @@ public:
     /// The value of a String expression: "&"-separated tokens, each trimmed and unquoted; a text
     /// with no "&" after its first token comes back as given. Never fails.
     static WideString ConcatenateStrings(const WideString& text);
+    /// ConcatenateStrings into `result`, whose room serves again; `text` must not view it.
+    static void ConcatenateInto(std::wstring_view text, WideString& result);
     /// Drops single '"' characters and turns '""' into '"'. Never fails.
     static WideString UnquoteString(const WideString& text);
 

@@ -57,8 +57,8 @@ long CEncapFamilyRow::GetRawValue(const wchar_t* columnId, WideString& out) cons
     out.clear();
     // The row's cells, collected once while its cells are read one after another.
     if (const auto* cells = m_table ? m_table->CellsOfRow(*this) : nullptr) {
-        const wchar_t* id = columnId ? columnId : L"";
-        if (std::wcschr(id, L'"'))
+        const std::wstring_view id = columnId ? columnId : L"";
+        if (id.find(L'"') != std::wstring_view::npos)
             return 1; // as GetCellNode: no such cell can be addressed
         for (const XMLNode::KeyedChild& cell : *cells) {
             if (cell.key == id) {
