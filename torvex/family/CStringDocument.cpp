@@ -153,7 +153,6 @@ long CStringDocument::GetCellText(const wchar_t* rowId, const wchar_t* columnId,
 
     if (!rowId || !columnId)
         return 1;
-    XMLNode node;
     if (Index* index = Current(rowId, columnId)) {
         auto column = index->columns.find(columnId);
         if (column == index->columns.end())
@@ -161,10 +160,12 @@ long CStringDocument::GetCellText(const wchar_t* rowId, const wchar_t* columnId,
         auto cell = column->second.cells.find(rowId);
         if (cell == column->second.cells.end())
             return 1;
-        node = cell->second;
-    } else if (!m_document.GetRootNode().GetChildNode(CellPath(rowId, columnId).c_str(), node)) {
-        return 1;
+        cell->second.GetNodeText(out); // read in place: no handle is copied
+        return 0;
     }
+    XMLNode node;
+    if (!m_document.GetRootNode().GetChildNode(CellPath(rowId, columnId).c_str(), node))
+        return 1;
     node.GetNodeText(out);
     return 0;
 }
