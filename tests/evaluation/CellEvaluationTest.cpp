@@ -13,9 +13,11 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <tuple>
+#include <vector>
 
 namespace torvex {
 namespace {
@@ -305,6 +307,31 @@ TEST(CellEvaluation, HostExceptionsPassThroughAndLeaveNoCellInProgress) {
                              L"mm", out),
               E::EvalTypeMismatch);
     EXPECT_EQ(out, L"untouched");
+}
+
+// A host may come back into the table while a cell waits for it: a cell of another row
+// evaluates, the waiting cell itself counts as a loop, and afterwards nothing is left in
+// progress.
+TEST(CellEvaluation, AHostThatComesBackSeesTheCellInProgress) {
+    TestFamily f(FamilyXml(kColumns, kRows));
+    CEncapFamilyTable& table = f.Table();
+    std::set<WideString> inProgress;
+    std::vector<int> nested;
+    f.host->onEvaluate = [&] {
+        if (!nested.empty())
+            return;
+        inProgress = table.GetEvaluator()->GetCellsInProgress();
+        nested.push_back(table.Evaluate(L"r1", L"twice", L""));
+        nested.push_back(table.Evaluate(L"r1", L"plus", L""));
+        nested.push_back(table.Evaluate(L"r2", L"twice", L""));
+    };
+    EXPECT_EQ(ReadCell(table, L"r1", L"twice").value, L"6");
+    EXPECT_EQ(inProgress, (std::set<WideString>{L"r1{twice"}));
+    EXPECT_EQ(nested, (std::vector<int>{E::EvalCircularDependency, E::EvalOk, E::EvalOk}));
+    EXPECT_TRUE(table.GetEvaluator()->GetCellsInProgress().empty());
+    f.host->onEvaluate = nullptr;
+    EXPECT_EQ(ReadCell(table, L"r1", L"plus").value, L"6");
+    EXPECT_EQ(ReadCell(table, L"r2", L"twice").value, L"10");
 }
 
 // A free expression for a row: references keep no unit word, one in another unit is converted

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -26,10 +27,14 @@ public:
     WideString throwOn;
     // The status of a successful EvaluateToDouble.
     int32_t successStatus = 0;
+    // Called by EvaluateToDouble first, while a cell may be in evaluation (when set).
+    std::function<void()> onEvaluate;
 
     int32_t EvaluateToDouble(const wchar_t* expression, const wchar_t* unit,
                              double* value) override {
         calls.push_back(L"Evaluate(" + WideString(expression) + L"|" + unit + L")");
+        if (onEvaluate)
+            onEvaluate();
         if (!throwOn.empty() && WideString(expression).find(throwOn) != WideString::npos)
             throw std::runtime_error("host failure");
         const std::optional<Quantity> defaultUnit = UnitOf(unit);
