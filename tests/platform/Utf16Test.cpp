@@ -68,5 +68,34 @@ TEST(Utf16, BadInputBecomesReplacementCharacters) {
     EXPECT_EQ(Utf16Length(bad), 3u);
 }
 
+// Long runs of ASCII are converted many characters at a time: whatever follows such a run, at any
+// distance from its start, converts as it does alone.
+TEST(Utf16, ConvertsTheSameWhereverARunOfAsciiEnds) {
+    const std::pair<std::wstring, std::string> tails[] = {
+        {L"\u00e9\u20ac\U0001F600", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"},
+        {{static_cast<wchar_t>(0xD800), static_cast<wchar_t>(-1)}, "\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {std::wstring(L"\0", 1), std::string("\0", 1)}};
+    const std::pair<std::string, std::wstring> badTails[] = {
+        {"\xFF", L"\ufffd"}, {"\xE2\x82", L"\ufffd"}, {"\xC0\x80", L"\ufffd"}};
+    for (size_t run = 0; run <= 40; ++run) {
+        const std::wstring head(run, L'a');
+        const std::wstring after(run % 7 + 17, L'b');
+        for (const auto& [wide, utf8] : tails) {
+            const std::wstring text = head + wide + after;
+            const std::string bytes = std::string(run, 'a') + utf8 + std::string(after.size(), 'b');
+            EXPECT_EQ(ToUtf8(text), bytes) << run;
+            if (wide[0] != 0xD800) {
+                EXPECT_EQ(FromUtf8(bytes), text) << run;
+            }
+        }
+        for (const auto& [bytes, wide] : badTails) {
+            EXPECT_EQ(FromUtf8(std::string(run, 'a') + bytes), head + wide) << run;
+            EXPECT_EQ(FromUtf8(std::string(run, 'a') + bytes + "bbbbbbbbbbbbbbbbb"),
+                      head + wide + L"bbbbbbbbbbbbbbbbb")
+                << run;
+        }
+    }
+}
+
 } // namespace
 } // namespace torvex::platform
