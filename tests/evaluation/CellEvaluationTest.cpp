@@ -135,6 +135,9 @@ TEST(CellEvaluation, ValuesAndWhatTheHostIsAsked) {
         {L"r1", L"p", E::EvalCircularDependency, L"untouched", L""},
         // The status answers its raw cell and is never evaluated.
         {L"r1", L"Status", E::EvalOk, L"{cnt}", L""},
+        // An empty row id, while the cache knows no row, keeps no value: nor do its references.
+        {L"", L"seven", E::EvalNoValue, L"untouched", L""},
+        {L"", L"twice", E::EvalNoValue, L"untouched", L""},
     };
     for (const auto& [row, column, result, value, calls] : cases) {
         // A family of its own for each read, so that nothing comes from the cache.

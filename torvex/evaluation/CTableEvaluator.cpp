@@ -126,6 +126,7 @@ struct CTableEvaluator::Frame {
         unitless.clear();
         value.clear();
         referenced = nullptr;
+        stored = false;
     }
     // Takes the cell out of progress.
     void End() {
@@ -156,6 +157,7 @@ struct CTableEvaluator::Frame {
     WideString expression; // references with their unit words
     WideString unitless;   // references as bare numbers
     WideString value;      // the value of the reference being read; at the end the cell's value
+    bool stored = false;   // the cell's value is in the cache, as `value` holds it
     CEncapFamilyColumn* referenced = nullptr; // whose cell is evaluated for the reference
     // Room for the host's answers, kept from cell to cell.
     WideString internalUnit;
@@ -225,10 +227,10 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCell(WideString rowId, 
     return EvaluateCellOf(rowId, columnId, language);
 }
 
-CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_view rowId,
-                                                                std::wstring_view columnId,
-                                                                std::wstring_view language,
-                                                                CEncapFamilyColumn* known) {
+CTableEvaluator::EvaluateResult
+CTableEvaluator::EvaluateCellOf(std::wstring_view rowId, std::wstring_view columnId,
+                                std::wstring_view language, CEncapFamilyColumn* known,
+                                WideString* value, bool* handedOver) {
     // A reference to a cell that isn't cached yet pushes a frame for that cell, and its value
     // goes back to the frame below when it is done: what the nested calls would do (each
     // reference through the column's GetValue, the table's Evaluate and EvaluateCell), on a list
@@ -296,15 +298,26 @@ CTableEvaluator::EvaluateResult CTableEvaluator::EvaluateCellOf(std::wstring_vie
         }
         const EvaluateResult result = frame.result;
         RememberOutcome(frame);
-        pop();
-        if (frames.empty())
+        // The value the cell just left in the cache goes on as it is, instead of being read
+        // back: nothing can come between the two.
+        const bool stored = frame.stored;
+        if (frames.size() == 1) {
+            if (handedOver)
+                *handedOver = stored && value;
+            if (stored && value)
+                value->swap(frame.value);
+            pop();
             return result;
+        }
+        Frame& below = *frames[frames.size() - 2];
+        if (stored)
+            below.value.swap(frame.value);
+        pop();
         // The rest of the column's GetValue, then the reference in the frame below.
-        Frame& below = *frames.back();
         CEncapFamilyColumn* referenced = below.referenced;
         below.referenced = nullptr;
         const EvaluateResult answer = referenced->ReadBackEvaluated(
-            below.rowId.c_str(), below.language.c_str(), result, below.value);
+            below.rowId.c_str(), below.language.c_str(), result, below.value, stored);
         done = !TakeReference(below, referenced, answer);
     }
 }
@@ -486,7 +499,8 @@ CTableEvaluator::EvaluateResult CTableEvaluator::FinishCell(Frame& frame) {
         FormatResult(number, value);
     }
 
-    frame.column->SetCacheValue(frame.rowId.c_str(), frame.language.c_str(), value.c_str());
+    frame.stored =
+        frame.column->CacheEvaluatedValue(frame.rowId.c_str(), frame.language.c_str(), value);
     return result;
 }
 

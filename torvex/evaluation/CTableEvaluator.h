@@ -78,9 +78,12 @@ public:
     /// EvaluateCell on views, for the table's own reads, which then copy no text; the views need
     /// only last until the cell's evaluation has begun. EvaluateCell's results.
     /// `known`, when not null, is the column the table finds by `columnId` now, which the
-    /// evaluation then does not look up.
+    /// evaluation then does not look up. With `value`, the text the evaluation left in the cache
+    /// for the cell is also handed over there, and `*handedOver` says whether it was (when not,
+    /// `value` is untouched and the cache holds no new value of the cell).
     EvaluateResult EvaluateCellOf(std::wstring_view rowId, std::wstring_view columnId,
-                                  std::wstring_view language, CEncapFamilyColumn* known = nullptr);
+                                  std::wstring_view language, CEncapFamilyColumn* known = nullptr,
+                                  WideString* value = nullptr, bool* handedOver = nullptr);
     /// EvaluateCell, then, on 0 and for a unit other than the column's, the value converted to
     /// `unit` replaces the cached one in the actual language. EvaluateCell's result.
     EvaluateResult EvaluateInUnit(WideString rowId, WideString columnId, WideString language,

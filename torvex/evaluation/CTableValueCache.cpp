@@ -110,18 +110,19 @@ void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view colum
     NoteLanguage(language);
 }
 
-void CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view columnId,
+bool CTableValueCache::SetValue(std::wstring_view rowId, std::wstring_view columnId,
                                 std::wstring_view language, std::wstring_view value,
                                 ColumnReadHint& hint) {
     CValueCacheLoc* row = RowCache(rowId, true);
     if (!row)
-        return;
+        return false;
     if (!hint.key || hint.generation != m_keys.Generation()) {
         hint.key = m_keys.Intern(columnId);
         hint.generation = m_keys.Generation();
     }
     row->StorePooled(hint.key, language, value);
     NoteLanguage(language);
+    return true;
 }
 
 void CTableValueCache::NoteLanguage(std::wstring_view language) {

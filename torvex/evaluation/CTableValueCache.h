@@ -57,8 +57,9 @@ public:
                   std::wstring_view value);
     /// SetValue for the writer of one column, with the hint it reads with: the pooled key is
     /// taken from the hint while the pool stands (and put there otherwise), so that a store
-    /// hashes no column id. Never fails.
-    void SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
+    /// hashes no column id. Never fails: true when the value is stored, false for an empty row
+    /// id while no row is remembered.
+    bool SetValue(std::wstring_view rowId, std::wstring_view columnId, std::wstring_view language,
                   std::wstring_view value, ColumnReadHint& hint);
     /// Forgets one value; silent when it is not cached.
     void ClearValue(const WideString& rowId, const WideString& columnId,

@@ -10,6 +10,7 @@
 #include "torvex/xml/XMLNodeArray.h"
 #include "torvex/xml/XPathLiteral.h"
 
+#include <cwchar>
 #include <cwctype>
 #include <map>
 #include <set>
@@ -116,8 +117,10 @@ Result CEncapFamilyColumn::GetValue(const wchar_t* rowId, const wchar_t* languag
             m_table->GetFamilyColumnByID(m_columnId.c_str()) == this ? generation : UINT64_MAX;
     }
     CEncapFamilyColumn* known = m_foundInTable == generation ? this : nullptr;
-    return ReadBackEvaluated(
-        row, lang, m_table->GetEvaluator()->EvaluateCellOf(row, m_columnId, lang, known), out);
+    bool handedOver = false;
+    const Result evaluated =
+        m_table->GetEvaluator()->EvaluateCellOf(row, m_columnId, lang, known, &out, &handedOver);
+    return ReadBackEvaluated(row, lang, evaluated, out, handedOver);
 }
 
 bool CEncapFamilyColumn::ReadWithoutEvaluating(const wchar_t* rowId, const wchar_t* language,
@@ -151,10 +154,11 @@ bool CEncapFamilyColumn::ReadRawColumn(const wchar_t* rowId, const wchar_t* lang
 }
 
 Result CEncapFamilyColumn::ReadBackEvaluated(const wchar_t* rowId, const wchar_t* language,
-                                             Result evaluated, WideString& out) {
+                                             Result evaluated, WideString& out, bool handedOver) {
     if (evaluated != CTableEvaluator::EvalOk && evaluated != CTableEvaluator::EvalUnitMismatch)
         return evaluated;
-    if (!m_cache || m_cache->GetValue(rowId, m_columnId, language, m_readHint, out) != 0)
+    if (!handedOver &&
+        (!m_cache || m_cache->GetValue(rowId, m_columnId, language, m_readHint, out) != 0))
         return CTableEvaluator::EvalNoValue;
     if (evaluated == CTableEvaluator::EvalUnitMismatch) {
         // A value from the unitless fall-back is never kept, so each read warns anew.
@@ -216,6 +220,13 @@ void CEncapFamilyColumn::SetCacheValue(const wchar_t* rowId, const wchar_t* lang
                                        const wchar_t* value) {
     if (m_cache)
         m_cache->SetValue(rowId ? rowId : L"", m_columnId, Text(language), Text(value), m_readHint);
+}
+
+bool CEncapFamilyColumn::CacheEvaluatedValue(const wchar_t* rowId, const wchar_t* language,
+                                             WideString& value) {
+    value.resize(std::wcslen(value.c_str()));
+    return m_cache &&
+           m_cache->SetValue(rowId ? rowId : L"", m_columnId, Text(language), value, m_readHint);
 }
 
 void CEncapFamilyColumn::InvalidateCache(const WideString& rowId, const WideString& language) {

@@ -272,9 +272,14 @@ private:
     bool ReadRawColumn(const wchar_t* rowId, const wchar_t* language, WideString& out);
     /// GetValue after the evaluation that answered `evaluated`: that code unless 0 or 8; else the
     /// value from the cache (7 when none), and for 8 the value taken out of the cache again.
+    /// With `handedOver`, `out` holds the value the evaluation left in the cache already.
     CTableEvaluator::EvaluateResult ReadBackEvaluated(const wchar_t* rowId, const wchar_t* language,
                                                       CTableEvaluator::EvaluateResult evaluated,
-                                                      WideString& out);
+                                                      WideString& out, bool handedOver = false);
+    /// SetCacheValue for an evaluated value, which stores a C text: `value` is cut at its first
+    /// NUL as well, so that it is what a read of the cell gives back. True when the cache holds
+    /// it; false without a cache, or for an empty row id while the cache remembers no row.
+    bool CacheEvaluatedValue(const wchar_t* rowId, const wchar_t* language, WideString& value);
     /// Inserts the column among the dependents if absent; nothing for null.
     void AddDependentColumn(CEncapFamilyColumn* column);
     /// Erases the column from the dependents if present.
