@@ -6,6 +6,7 @@
 #include <libxml/parserInternals.h>
 #include <libxml/xmlsave.h>
 
+#include <algorithm>
 #include <climits>
 #include <memory>
 #include <string_view>
@@ -105,34 +106,56 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
     return TakeDocument(ctxt, doc, true);
 }
 
-// Wide text parsed without a UTF-8 copy of the whole: it goes to the parser in pieces, each
-// converted as it is pushed, so that a large document is never held twice while it is read.
+// Wide text parsed without a UTF-8 copy of the whole: the parser reads it in pieces, each
+// converted as it is read, so that a large document is never held twice while it is read.
+struct WideSource {
+    std::wstring_view rest;
+    // The bytes of a character that did not fit the last read, from `pendingAt` on.
+    char pending[4] = {};
+    size_t pendingSize = 0;
+    size_t pendingAt = 0;
+};
+
+// The parser's read: as many whole characters as surely fit, converted into its buffer; a read
+// with room for less than one character gets the next character's bytes one read after another.
+// 0 only at the end of the text.
+int ReadWide(void* context, char* buffer, int length) {
+    auto* source = static_cast<WideSource*>(context);
+    const size_t room = length > 0 ? static_cast<size_t>(length) : 0;
+    size_t written = 0;
+    auto takePending = [&] {
+        while (written < room && source->pendingAt < source->pendingSize)
+            buffer[written++] = source->pending[source->pendingAt++];
+    };
+    takePending();
+    const size_t characters = std::min(source->rest.size(), (room - written) / 4);
+    written += platform::ToUtf8(source->rest.substr(0, characters), buffer + written);
+    source->rest.remove_prefix(characters);
+    if (written == 0 && room > 0 && !source->rest.empty()) {
+        source->pendingSize = platform::ToUtf8(source->rest.substr(0, 1), source->pending);
+        source->pendingAt = 0;
+        source->rest.remove_prefix(1);
+        takePending();
+    }
+    return static_cast<int>(written);
+}
+
+int CloseWide(void*) {
+    return 0;
+}
+
 xmlDocPtr ParseWide(std::wstring_view text, int options) {
     InitLibrary();
     QuietErrors quiet;
     t_sawBlankText = false;
-    xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr);
+    xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
     if (ctxt == nullptr) {
         return nullptr;
     }
     GuardContext(ctxt);
-    xmlCtxtUseOptions(ctxt, options);
-    xmlSwitchEncoding(ctxt, XML_CHAR_ENCODING_UTF8);
-    constexpr size_t kPiece = 1 << 15; // characters converted and pushed at a time
-    // One buffer for every piece, with room for the longest a piece's UTF-8 can be.
-    const std::unique_ptr<char[]> piece(new char[kPiece * 4]);
-    bool pushed = true;
-    for (size_t at = 0; pushed && at < text.size(); at += kPiece) {
-        const size_t length = platform::ToUtf8(text.substr(at, kPiece), piece.get());
-        pushed = xmlParseChunk(ctxt, piece.get(), static_cast<int>(length), 0) == XML_ERR_OK &&
-                 ctxt->wellFormed != 0;
-    }
-    if (pushed) {
-        xmlParseChunk(ctxt, nullptr, 0, 1);
-    }
-    xmlDocPtr doc = ctxt->myDoc;
-    ctxt->myDoc = nullptr;
-    return TakeDocument(ctxt, doc, pushed);
+    WideSource source{text};
+    xmlDocPtr doc = xmlCtxtReadIO(ctxt, ReadWide, CloseWide, &source, nullptr, "UTF-8", options);
+    return TakeDocument(ctxt, doc, true);
 }
 
 bool IsSpace(wchar_t c) {
