@@ -97,9 +97,12 @@ struct CTableEvaluator::Frame {
     // `below` is the frame of the cell that refers to this one, in the same row, or null.
     void Begin(std::wstring_view row, std::wstring_view column, std::wstring_view lang,
                const Frame* below, CTableEvaluator& evaluator) {
-        rowId.assign(row);
+        // A frame mostly follows one of the same row and language: equal texts are not copied.
+        if (std::wstring_view(rowId) != row)
+            rowId.assign(row);
         columnId.assign(column);
-        language.assign(lang);
+        if (std::wstring_view(language) != lang)
+            language.assign(lang);
         rowHash = below ? below->rowHash : evaluator.RowHash(row);
         uint64_t hash = rowHash;
         for (wchar_t c : column)
