@@ -159,9 +159,9 @@ TEST(XmlXPath, SelectionsSeeEditsAndDetachedSubtrees) {
     EXPECT_FALSE(nodes[0].IsNode());
 }
 
-// The path of two plain names found without XPath selects what XPath selects: elements only, in
+// Paths of plain names, walked without XPath, select what XPath selects: elements only, in
 // document order, across several parents, neither deeper nor in a namespace (a default one
-// included), nor elements of a prefixed name.
+// included), nor elements of a prefixed name. "./" in front sends a path through XPath.
 TEST(XmlXPath, ChildElementsOfChildElementsAsThePathSelects) {
     const wchar_t* const documents[] = {
         L"<t><Rows><Row n='1'/><!-- c --><Row n='2'>x<Row n='deep'/></Row>text<Other/></Rows>"
@@ -171,14 +171,25 @@ TEST(XmlXPath, ChildElementsOfChildElementsAsThePathSelects) {
         L"xmlns='urn:e'/><Row n='4'/></Rows></t>",
         L"<t/>",
     };
+    auto same = [](const XMLNodeArray& found, const XMLNodeArray& expected, const wchar_t* what) {
+        ASSERT_EQ(found.GetSize(), expected.GetSize()) << xmltest::Narrow(what);
+        for (intptr_t i = 0; i < found.GetSize(); ++i)
+            EXPECT_TRUE(found[i].IsSameNode(expected[i])) << xmltest::Narrow(what) << " " << i;
+    };
     for (const wchar_t* document : documents) {
         XMLParser parser(document);
         XMLNodeArray expected, found;
-        ASSERT_TRUE(parser.GetRootNode().SelectChildNodes(L"Rows/Row", expected));
+        ASSERT_TRUE(parser.GetRootNode().SelectChildNodes(L"./Rows/Row", expected));
         EXPECT_TRUE(parser.GetRootNode().SelectChildElements(L"Rows", L"Row", found));
-        ASSERT_EQ(found.GetSize(), expected.GetSize()) << xmltest::Narrow(document);
-        for (intptr_t i = 0; i < found.GetSize(); ++i)
-            EXPECT_TRUE(found[i].IsSameNode(expected[i])) << xmltest::Narrow(document) << " " << i;
+        same(found, expected, document);
+        for (const WideString path : {L"Rows", L"Rows/Row", L"Rows/Row/Row", L"Row", L"t/Rows"}) {
+            for (const XMLNode& context :
+                 {parser.GetRootNode(), parser.GetRootNode().GetParentNode()}) {
+                EXPECT_TRUE(context.SelectChildNodes(path.c_str(), found));
+                ASSERT_TRUE(context.SelectChildNodes((L"./" + path).c_str(), expected));
+                same(found, expected, (path + L" in " + document).c_str());
+            }
+        }
     }
     XMLNodeArray found;
     EXPECT_FALSE(XMLNode().SelectChildElements(L"Rows", L"Row", found));

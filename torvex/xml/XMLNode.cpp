@@ -2,6 +2,7 @@
 
 #include <cwchar>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -335,13 +336,86 @@ bool XMLNode::GetChildNodes(const wchar_t* name, XMLNodeArray& out) const {
     return true;
 }
 
+namespace {
+
+// A name of ASCII letters, digits, '_', '-' and '.', not starting with a digit, '-' or '.': a
+// name test that XPath reads as a plain name, with no prefix.
+bool IsPlainName(std::wstring_view name) {
+    auto letter = [](wchar_t c) {
+        return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z') || c == L'_';
+    };
+    if (name.empty() || !letter(name[0])) {
+        return false;
+    }
+    for (wchar_t c : name) {
+        if (!letter(c) && !(c >= L'0' && c <= L'9') && c != L'-' && c != L'.') {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The steps of a relative path of plain names ("Rows/Row"); false for any other path (a prefix,
+// a predicate, an axis, a wildcard, a function, a leading or doubled slash, blanks).
+bool PlainSteps(const wchar_t* path, std::vector<std::wstring_view>& steps) {
+    steps.clear();
+    std::wstring_view rest(path);
+    for (;;) {
+        const size_t slash = rest.find(L'/');
+        const std::wstring_view step = rest.substr(0, slash);
+        if (!IsPlainName(step)) {
+            return false;
+        }
+        steps.push_back(step);
+        if (slash == std::wstring_view::npos) {
+            return true;
+        }
+        rest.remove_prefix(slash + 1);
+    }
+}
+
+// What the name test of a plain name matches on the child axis: an element of that name in no
+// namespace.
+bool IsPlainElement(xmlNodePtr node, std::wstring_view name) {
+    if (node->type != XML_ELEMENT_NODE || node->ns != nullptr || node->name == nullptr) {
+        return false;
+    }
+    const auto* utf8 = reinterpret_cast<const char*>(node->name);
+    size_t i = 0;
+    for (; i < name.size(); ++i) {
+        if (utf8[i] != static_cast<char>(name[i])) { // stops at the name's end too
+            return false;
+        }
+    }
+    return utf8[i] == '\0';
+}
+
+} // namespace
+
 bool XMLNode::SelectChildNodes(const wchar_t* name, XMLNodeArray& out) const {
     out.RemoveAll();
     if (node_ == nullptr || name == nullptr) {
         return false;
     }
     std::vector<xmlNodePtr> found;
-    if (SelectNodes(ToXml(node_), Utf8(name), false, found) < 0) {
+    std::vector<std::wstring_view> steps;
+    if (PlainSteps(name, steps)) {
+        // libxml2 evaluates such a path by streaming over every node below the context, which
+        // in a family visits every cell of every row; the steps are walked child by child.
+        found.push_back(ToXml(node_));
+        std::vector<xmlNodePtr> next;
+        for (std::wstring_view step : steps) {
+            next.clear();
+            for (xmlNodePtr parent : found) {
+                for (xmlNodePtr child = FirstChild(parent); child != nullptr; child = child->next) {
+                    if (IsPlainElement(child, step)) {
+                        next.push_back(child);
+                    }
+                }
+            }
+            found.swap(next);
+        }
+    } else if (SelectNodes(ToXml(node_), Utf8(name), false, found) < 0) {
         return false;
     }
     out.SetSize(static_cast<intptr_t>(found.size()));
