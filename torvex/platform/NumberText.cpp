@@ -115,10 +115,21 @@ bool FormatGeneralFast(double value, int precision, char* out, char*& end) {
         break;
     }
 
+    // The digits two at a time, from the right.
+    static constexpr char kPairs[] = "00010203040506070809101112131415161718192021222324"
+                                     "25262728293031323334353637383940414243444546474849"
+                                     "50515253545556575859606162636465666768697071727374"
+                                     "75767778798081828384858687888990919293949596979899";
     char text[16];
     auto number = static_cast<unsigned long long>(digits);
-    for (int i = precision - 1; i >= 0; --i, number /= 10)
-        text[i] = static_cast<char>('0' + number % 10);
+    int i = precision;
+    for (; i >= 2; i -= 2, number /= 100) {
+        const auto pair = static_cast<size_t>(number % 100) * 2;
+        text[i - 2] = kPairs[pair];
+        text[i - 1] = kPairs[pair + 1];
+    }
+    if (i == 1)
+        text[0] = static_cast<char>('0' + number);
     int significant = precision; // without the trailing zeros
     while (significant > 1 && text[significant - 1] == '0')
         --significant;
