@@ -390,6 +390,26 @@ bool IsPlainElement(xmlNodePtr node, std::wstring_view name) {
     return utf8[i] == '\0';
 }
 
+// The children of `context` that match step 0, their children that match step 1, and so on:
+// `found` holds the last step's matches, in document order. `matches(node, step)` tests a node.
+template <class Matches>
+void WalkChildSteps(xmlNodePtr context, size_t steps, Matches matches,
+                    std::vector<xmlNodePtr>& found) {
+    found.assign(1, context);
+    std::vector<xmlNodePtr> next;
+    for (size_t step = 0; step < steps; ++step) {
+        next.clear();
+        for (xmlNodePtr parent : found) {
+            for (xmlNodePtr child = FirstChild(parent); child != nullptr; child = child->next) {
+                if (matches(child, step)) {
+                    next.push_back(child);
+                }
+            }
+        }
+        found.swap(next);
+    }
+}
+
 } // namespace
 
 bool XMLNode::SelectChildNodes(const wchar_t* name, XMLNodeArray& out) const {
@@ -402,19 +422,9 @@ bool XMLNode::SelectChildNodes(const wchar_t* name, XMLNodeArray& out) const {
     if (PlainSteps(name, steps)) {
         // libxml2 evaluates such a path by streaming over every node below the context, which
         // in a family visits every cell of every row; the steps are walked child by child.
-        found.push_back(ToXml(node_));
-        std::vector<xmlNodePtr> next;
-        for (std::wstring_view step : steps) {
-            next.clear();
-            for (xmlNodePtr parent : found) {
-                for (xmlNodePtr child = FirstChild(parent); child != nullptr; child = child->next) {
-                    if (IsPlainElement(child, step)) {
-                        next.push_back(child);
-                    }
-                }
-            }
-            found.swap(next);
-        }
+        WalkChildSteps(
+            ToXml(node_), steps.size(),
+            [&](xmlNodePtr node, size_t step) { return IsPlainElement(node, steps[step]); }, found);
     } else if (SelectNodes(ToXml(node_), Utf8(name), false, found) < 0) {
         return false;
     }
@@ -512,19 +522,17 @@ bool XMLNode::SelectChildElements(const wchar_t* parent, const wchar_t* child,
         return SelectChildNodes((WideString(parent) + L'/' + child).c_str(), out);
     }
     // A name test without a prefix matches elements in no namespace, as XPath has it.
-    auto named = [](xmlNodePtr node, const wchar_t* name) {
-        return node->type == XML_ELEMENT_NODE && node->ns == nullptr &&
-               TextEquals(node->name, name);
-    };
-    for (xmlNodePtr outer = FirstChild(ToXml(node_)); outer != nullptr; outer = outer->next) {
-        if (!named(outer, parent)) {
-            continue;
-        }
-        for (xmlNodePtr inner = FirstChild(outer); inner != nullptr; inner = inner->next) {
-            if (named(inner, child)) {
-                out.Add(Wrap(inner));
-            }
-        }
+    const wchar_t* const names[] = {parent, child};
+    std::vector<xmlNodePtr> found;
+    WalkChildSteps(
+        ToXml(node_), 2,
+        [&](xmlNodePtr node, size_t step) {
+            return node->type == XML_ELEMENT_NODE && node->ns == nullptr &&
+                   TextEquals(node->name, names[step]);
+        },
+        found);
+    for (xmlNodePtr node : found) {
+        out.Add(Wrap(node));
     }
     return true;
 }
