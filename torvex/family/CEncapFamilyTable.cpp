@@ -105,16 +105,34 @@ void CEncapFamilyTable::InitializeData() {
     // Found without XPath, which would sort every row by document order.
     m_node.SelectChildElements(FamilyNames::ElemRows, FamilyNames::ElemRow, rowNodes);
     m_rowIds.reserve(static_cast<size_t>(rowNodes.GetSize()));
+    m_loadedRows.reserve(static_cast<size_t>(rowNodes.GetSize()));
     for (const XMLNode& node : rowNodes) {
         WideString id;
         if (!node.GetProperty(FamilyNames::AttrRowId, id))
             continue;
-        CEncapFamilyRow* row = new CEncapFamilyRow(node, this);
-        CEncapFamilyRow*& slot = m_rows[id];
+        m_rowIds.push_back(std::move(id));
+        try {
+            m_loadedRows.push_back(new CEncapFamilyRow(node, this)); // the room was made
+        } catch (...) {
+            m_rowIds.pop_back();
+            throw;
+        }
+    }
+}
+
+void CEncapFamilyTable::MapLoadedRows() const {
+    if (m_loadedRows.empty())
+        return;
+    for (size_t i = 0; i < m_loadedRows.size(); ++i) {
+        CEncapFamilyRow* row = m_loadedRows[i];
+        if (!row)
+            continue; // entered by a call that ran out of memory later
+        CEncapFamilyRow*& slot = m_rows[m_rowIds[i]];
         delete slot; // the earlier row of an id equal but for case
         slot = row;
-        m_rowIds.push_back(std::move(id));
+        m_loadedRows[i] = nullptr;
     }
+    std::vector<CEncapFamilyRow*>().swap(m_loadedRows);
 }
 
 void CEncapFamilyTable::ClearData() {
@@ -122,6 +140,9 @@ void CEncapFamilyTable::ClearData() {
     m_columns.RemoveAll();
     m_rows.ForEachStored([](const WideString&, CEncapFamilyRow* row) { delete row; });
     m_rows.RemoveAll();
+    for (CEncapFamilyRow* row : m_loadedRows)
+        delete row;
+    m_loadedRows.clear();
     m_columnIds.clear();
     m_rowIds.clear();
 }
@@ -188,6 +209,7 @@ WideString CEncapFamilyTable::GetFamilyColumnIDByIndex(int index) const {
 }
 
 CEncapFamilyRow* CEncapFamilyTable::GetFamilyRowByID(const wchar_t* rowId) const {
+    MapLoadedRows();
     CEncapFamilyRow* row = nullptr;
     m_rows.Lookup(rowId, row);
     return row;
@@ -645,6 +667,7 @@ bool CEncapFamilyTable::HasCustomColumns() const {
 }
 
 void CEncapFamilyTable::SetRowStateOfAllRows(CEncapFamilyRow::RowState state) {
+    MapLoadedRows();
     m_rows.ForEach([state](const WideString&, CEncapFamilyRow* row) {
         if (row)
             row->SetRowState(state);
@@ -1085,6 +1108,7 @@ CEncapFamilyRow* CEncapFamilyTable::InsertNewRow(int index, const WideString& ro
         return nullptr;
     // A given id isn't checked: a duplicate hides the earlier row as at load.
     const WideString id = rowId.empty() ? CStringUtil::NewGuid() : rowId;
+    MapLoadedRows(); // before the list of ids changes
     const XMLNode node = PlaceNewElement(rows, nullptr, FamilyNames::ElemRow,
                                          FamilyNames::AttrRowId, id, index, m_rowIds);
     if (!node.IsNode())
@@ -1221,6 +1245,7 @@ bool CEncapFamilyTable::DeleteColumn(int index) {
     WideString columnId;
     column->GetColumnID(columnId);
     column->GetXMLNode().RemoveThisNode(true);
+    MapLoadedRows();
     m_rows.ForEach([&columnId](const WideString&, CEncapFamilyRow* row) {
         if (row)
             row->DeleteCellsColumnValues(columnId.c_str(), true);
@@ -1241,6 +1266,8 @@ bool CEncapFamilyTable::DeleteColumn(int index) {
 }
 
 void CEncapFamilyTable::MoveElement(bool columns, const wchar_t* id, int& index) {
+    if (!columns)
+        MapLoadedRows(); // before the list of ids changes
     WideStringList& ids = columns ? m_columnIds : m_rowIds;
     const auto found = std::find(ids.begin(), ids.end(), WideString(Text(id)));
     if (found == ids.end())

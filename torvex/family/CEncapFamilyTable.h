@@ -300,6 +300,10 @@ private:
     void InitializeData();
     /// Deletes columns and rows and empties maps and lists; the status id stays.
     void ClearData();
+    /// Enters the rows made at load into the id map, in document order, so that of two ids equal
+    /// but for case the later row wins and the earlier goes. Throws only for want of memory, and
+    /// then the rows entered stay entered and the others wait for the next call.
+    void MapLoadedRows() const;
     /// Builds the graph of dependent columns from every non-empty column formula, in map order;
     /// stops at the first formula that fails (2 or 5) and answers its code, else 0.
     CTableEvaluator::EvaluateResult BuildColumnsDependency();
@@ -360,7 +364,10 @@ private:
     CTableEvaluator* m_evaluator = nullptr;
     CTableValueCache* m_cache = nullptr;
     CStringMapTo<CEncapFamilyColumn*> m_columns;
-    CStringMapTo<CEncapFamilyRow*> m_rows;
+    // The rows by id. A load only lists its rows; they go into the map when a row is first
+    // looked up or the list changes, so that opening a family hashes no row id.
+    mutable CStringMapTo<CEncapFamilyRow*> m_rows;
+    mutable std::vector<CEncapFamilyRow*> m_loadedRows; // side by side with m_rowIds until mapped
     WideStringList m_columnIds;
     WideStringList m_rowIds;
     WideString m_statusColumnId;
