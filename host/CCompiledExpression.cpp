@@ -10,6 +10,14 @@ namespace torvex {
 
 namespace {
 
+// The parser's name of the variable of that letter and index ("v0", "k12"), built by appending:
+// "v" + std::to_string(i) draws a false overlap warning from GCC 12 at -O3.
+std::string VariableName(char letter, size_t index) {
+    std::string name(1, letter);
+    name += std::to_string(index);
+    return name;
+}
+
 double Floor(double value) {
     return std::floor(value);
 }
@@ -41,11 +49,11 @@ CCompiledExpression::CCompiledExpression(const std::string& text, std::vector<Sl
         m_parser->DefineFun("hround", Round);
         m_parser->DefineFun("hatan2", Atan2);
         for (size_t i = 0; i < m_slots.size(); ++i) {
-            m_parser->DefineVar("v" + std::to_string(i), &m_variables[i]);
+            m_parser->DefineVar(VariableName('v', i), &m_variables[i]);
         }
         for (size_t i = 0; i < constants.size(); ++i) {
             m_variables[m_slots.size() + i] = constants[i];
-            m_parser->DefineVar("k" + std::to_string(i), &m_variables[m_slots.size() + i]);
+            m_parser->DefineVar(VariableName('k', i), &m_variables[m_slots.size() + i]);
         }
         m_parser->SetExpr(text);
     } catch (...) {
