@@ -6,6 +6,7 @@
 #include "torvex/family/FamilyNames.h"
 
 #include <cwchar>
+#include <utility>
 
 namespace torvex {
 
@@ -13,6 +14,11 @@ CEncapFamilyRow::CEncapFamilyRow() = default;
 
 CEncapFamilyRow::CEncapFamilyRow(const XMLNode& node, CEncapFamilyTable* table)
     : m_node(node), m_table(table) {
+    InitializeData();
+}
+
+CEncapFamilyRow::CEncapFamilyRow(XMLNode&& node, CEncapFamilyTable* table)
+    : m_node(std::move(node)), m_table(table) {
     InitializeData();
 }
 

@@ -106,13 +106,14 @@ void CEncapFamilyTable::InitializeData() {
     m_node.SelectChildElements(FamilyNames::ElemRows, FamilyNames::ElemRow, rowNodes);
     m_rowIds.reserve(static_cast<size_t>(rowNodes.GetSize()));
     m_loadedRows.reserve(static_cast<size_t>(rowNodes.GetSize()));
-    for (const XMLNode& node : rowNodes) {
+    for (XMLNode& node : rowNodes) {
         WideString id;
         if (!node.GetProperty(FamilyNames::AttrRowId, id))
             continue;
         m_rowIds.push_back(std::move(id));
         try {
-            m_loadedRows.push_back(new CEncapFamilyRow(node, this)); // the room was made
+            // The row takes the handle the list holds, which goes with the list.
+            m_loadedRows.push_back(new CEncapFamilyRow(std::move(node), this)); // room was made
         } catch (...) {
             m_rowIds.pop_back();
             throw;
