@@ -82,6 +82,8 @@ void CEncapFamilyColumn::InitMemoryCache() {
 
 void CEncapFamilyColumn::SetIdInMemory(const WideString& columnId) {
     m_columnId = columnId;
+    m_rawOnly = SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
+                SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus);
     m_readHint = {};  // the key pooled for the old id is not this column's
     m_localized = {}; // nor the answer
     m_foundInTable = UINT64_MAX;
@@ -143,8 +145,7 @@ bool CEncapFamilyColumn::ReadCached(const wchar_t* rowId, const wchar_t* languag
 bool CEncapFamilyColumn::ReadRawColumn(const wchar_t* rowId, const wchar_t* language,
                                        WideString& out) {
     // The row id and the status are never evaluated: they answer the raw cell.
-    if (SameTextIgnoringCase(m_columnId, FamilyNames::ColRid) ||
-        SameTextIgnoringCase(m_columnId, FamilyNames::ColStatus)) {
+    if (m_rawOnly) {
         const wchar_t* row = Text(rowId);
         m_table->GetRawValue(row, m_columnId.c_str(), out);
         SetCacheValue(row, Text(language), out.c_str());

@@ -310,7 +310,8 @@ private:
     DataTypes::ColumnDataType m_dataType = DataTypes::DataReal;
     WideString m_unitType;
     WideString m_formula;
-    WideString m_columnId;                       // set through SetIdInMemory
+    WideString m_columnId;  // set through SetIdInMemory
+    bool m_rawOnly = false; // the id is the row id's or the status column's: never evaluated
     CTableValueCache::ColumnReadHint m_readHint; // of m_columnId in m_cache
     // IsLocalized's last answer, and the generation of the mapping's answers it came in.
     struct LocalizedAnswer {
