@@ -18,8 +18,11 @@ namespace {
 // One letter a property, so that the flags of a column fit a narrow cell.
 std::string ColumnFlags(const CEncapFamilyColumn& column, const WideString& formula) {
     std::string flags;
-    if (column.IsKeyColumn())
-        flags += "K" + std::to_string(column.GetKeyWeight()) + " ";
+    if (column.IsKeyColumn()) {
+        flags += 'K';
+        flags += std::to_string(column.GetKeyWeight());
+        flags += ' ';
+    }
     if (!formula.empty())
         flags += column.IsCustom() ? "range " : "formula ";
     if (column.IsHidden())

@@ -96,7 +96,8 @@ void PrintTreeJson(const std::vector<TreeEvent>& events, std::ostream& out) {
     out << "[";
     for (const TreeEvent& event : events) {
         Level& level = levels.back();
-        const std::string indent = "\n" + Indent(levels.size() + 1);
+        std::string indent(1, '\n');
+        indent += Indent(levels.size() + 1);
         switch (event.kind) {
         case TreeEvent::Open:
             if (!level.inCategories) {
