@@ -15,6 +15,9 @@ using xmltest::Xml;
 // change how wide text is read, a byte order mark is dropped, and the written text parses again.
 TEST(XmlParsing, WhiteSpaceTextIsDroppedAndWideTextReadAsItStands) {
     const std::wstring blanks(5000, L' ');
+    std::wstring wide; // characters of 2 to 4 bytes across every read of the parser
+    for (int i = 0; i < 3000; ++i)
+        wide += L"\u00e9\u4e2d\U0001F600";
     const std::pair<std::wstring, std::wstring> cases[] = {
         {L"<a>\n  <b/>\n  <c/>\n</a>", L"<a><b/><c/></a>\n"},
         {L"<a>   </a>", L"<a/>\n"},
@@ -33,6 +36,7 @@ TEST(XmlParsing, WhiteSpaceTextIsDroppedAndWideTextReadAsItStands) {
         {L"<a>&#32;<b/>&#10;</a>", L"<a><b/></a>\n"},
         {L"<a><b>" + blanks + L"</b></a>", L"<a><b/></a>\n"},
         {L"<a>" + blanks + L"x</a>", L"<a>" + blanks + L"x</a>\n"},
+        {L"<a>" + wide + L"</a>", L"<a>" + wide + L"</a>\n"},
     };
     for (const auto& [text, expected] : cases) {
         XMLParser parser;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cwchar>
 #include <memory>
 #include <string_view>
 
@@ -109,7 +110,10 @@ xmlDocPtr Parse(const std::string& bytes, const char* encoding, int options) {
 // Wide text parsed without a UTF-8 copy of the whole: the parser reads it in pieces, each
 // converted as it is read, so that a large document is never held twice while it is read.
 struct WideSource {
-    std::wstring_view rest;
+    // The text still to read, up to its terminating null, which ends the source: the text is
+    // read once, a chunk at a time, with no pass ahead to measure it.
+    const wchar_t* next = nullptr;
+    bool ended = false;
     // The bytes of a character that did not fit the last read, from `pendingAt` on.
     char pending[4] = {};
     size_t pendingSize = 0;
@@ -128,14 +132,24 @@ int ReadWide(void* context, char* buffer, int length) {
             buffer[written++] = source->pending[source->pendingAt++];
     };
     takePending();
-    const size_t characters = std::min(source->rest.size(), (room - written) / 4);
-    written += platform::ToUtf8(source->rest.substr(0, characters), buffer + written);
-    source->rest.remove_prefix(characters);
-    if (written == 0 && room > 0 && !source->rest.empty()) {
-        source->pendingSize = platform::ToUtf8(source->rest.substr(0, 1), source->pending);
-        source->pendingAt = 0;
-        source->rest.remove_prefix(1);
-        takePending();
+    if (source->ended)
+        return static_cast<int>(written);
+    const size_t wanted = (room - written) / 4;
+    const size_t characters = ::wcsnlen(source->next, wanted);
+    written += platform::ToUtf8(std::wstring_view(source->next, characters), buffer + written);
+    source->next += characters;
+    if (characters < wanted) {
+        source->ended = true;
+    } else if (written == 0 && room > 0) {
+        if (*source->next == L'\0') {
+            source->ended = true;
+        } else {
+            source->pendingSize =
+                platform::ToUtf8(std::wstring_view(source->next, 1), source->pending);
+            source->pendingAt = 0;
+            ++source->next;
+            takePending();
+        }
     }
     return static_cast<int>(written);
 }
@@ -144,7 +158,7 @@ int CloseWide(void*) {
     return 0;
 }
 
-xmlDocPtr ParseWide(std::wstring_view text, int options) {
+xmlDocPtr ParseWide(const wchar_t* text, int options) {
     InitLibrary();
     QuietErrors quiet;
     t_sawBlankText = false;
@@ -153,7 +167,8 @@ xmlDocPtr ParseWide(std::wstring_view text, int options) {
         return nullptr;
     }
     GuardContext(ctxt);
-    WideSource source{text};
+    WideSource source;
+    source.next = text;
     xmlDocPtr doc = xmlCtxtReadIO(ctxt, ReadWide, CloseWide, &source, nullptr, "UTF-8", options);
     return TakeDocument(ctxt, doc, true);
 }
@@ -180,6 +195,16 @@ bool ExtractDeclaration(std::wstring_view text, std::string& data) {
     }
     data = platform::ToUtf8(inner);
     return true;
+}
+
+// The text up to the end of its XML declaration; empty when it has none. Reads no further.
+std::wstring_view DeclarationHead(const wchar_t* text) {
+    if (std::wcsncmp(text, L"<?xml", 5) != 0) {
+        return std::wstring_view();
+    }
+    const wchar_t* end = std::wcsstr(text + 5, L"?>");
+    return end != nullptr ? std::wstring_view(text, static_cast<size_t>(end - text) + 2)
+                          : std::wstring_view();
 }
 
 // The first characters of file bytes as far as a declaration can reach, by the byte order mark
@@ -326,14 +351,16 @@ void AppendEscapedText(std::string& out, const char* text) {
 
 ParseResult ParseText(const wchar_t* text) {
     ParseResult result;
-    std::wstring_view view = text != nullptr ? std::wstring_view(text) : std::wstring_view();
-    if (!view.empty() && view.front() == L'\xFEFF') {
-        view.remove_prefix(1);
+    if (text == nullptr) {
+        text = L"";
     }
-    result.doc = ParseWide(view, kParseOptions | XML_PARSE_IGNORE_ENC);
+    if (*text == L'\xFEFF') {
+        ++text;
+    }
+    result.doc = ParseWide(text, kParseOptions | XML_PARSE_IGNORE_ENC);
     result.mayHoldBlankText = t_sawBlankText;
     if (result.doc != nullptr) {
-        result.hasDeclaration = ExtractDeclaration(view, result.declaration);
+        result.hasDeclaration = ExtractDeclaration(DeclarationHead(text), result.declaration);
     }
     return result;
 }
