@@ -267,5 +267,44 @@ TEST(XmlNodeReading, FindChildElementAgreesWithThePath) {
     EXPECT_TRUE(collected.empty());
 }
 
+// A watched parse notes, in document order, every element of the name whose attribute of the
+// name has the value ignoring case, also written with references or prefixes; the notes hold
+// only while the document stands as parsed.
+TEST(XmlNodeReading, AWatchedParseNotesItsElementsUntilTheDocumentChanges) {
+    const XMLParser::ElementWatch watch{L"Cell", L"ColumnId", L"STATUS"};
+    XMLParser parser;
+    ASSERT_TRUE(parser.SetXml(
+        LR"(<R xmlns:p="urn:p"><Row><Cell ColumnId="d">1</Cell><Cell ColumnId="status">2</Cell>)"
+        LR"(<Cell ColumnId="STATU">3</Cell><Cell Other="STATUS">4</Cell></Row>)"
+        LR"(<Row><p:Cell ColumnId="Status">5</p:Cell><Cell p:ColumnId="STATUS">6</Cell>)"
+        LR"(<Cell ColumnId="&#83;TATUS">7</Cell><Cell ColumnId="S&amp;TATUS">8</Cell></Row>)"
+        LR"(<Other ColumnId="STATUS">9</Other><Deep><Cell ColumnId="STATUS">10</Cell></Deep></R>)",
+        watch));
+    const XMLNode root = parser.GetRootNode();
+    auto noted = [&root] {
+        XMLNodeArray elements;
+        std::wstring texts = root.GetWatchedElements(elements) ? L"" : L"none";
+        for (const XMLNode& element : elements) {
+            WideString text;
+            element.GetNodeText(text);
+            texts += text + L" ";
+        }
+        return texts;
+    };
+    EXPECT_EQ(noted(), L"2 5 6 7 8 10 ");
+    EXPECT_EQ(noted(), L"2 5 6 7 8 10 ") << "reading keeps the notes";
+
+    XMLNode first;
+    ASSERT_TRUE(root.GetChildNode(L"Row", first));
+    first.SetProperty(L"x", L"1");
+    EXPECT_EQ(noted(), L"none") << "an edit ends them";
+    ASSERT_TRUE(parser.SetXml(L"<R><Cell ColumnId=\"STATUS\">1</Cell></R>"));
+    EXPECT_EQ(noted(), L"none") << "a parse without a watch notes nothing";
+    EXPECT_FALSE(parser.SetXml(L"<R><Cell ColumnId=\"STATUS\">1</Cell>", watch));
+    EXPECT_EQ(noted(), L"none") << "nor does a malformed text";
+    XMLNodeArray none;
+    EXPECT_FALSE(XMLNode().GetWatchedElements(none));
+}
+
 } // namespace
 } // namespace torvex

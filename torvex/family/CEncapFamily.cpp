@@ -57,7 +57,13 @@ void CEncapFamily::InitializeData(const wchar_t* familyXml, const WideStringList
 
     // A text that doesn't parse leaves the family empty, without a word.
     m_familyXml.CreateXmlDocument(kDocumentEncoding);
-    if (!m_familyXml.SetXml(familyXml ? familyXml : L""))
+    // The parse notes the cells that may be status cells, so that the table's load needn't
+    // search every row for one.
+    XMLParser::ElementWatch statusCells;
+    statusCells.element = FamilyNames::ElemCell;
+    statusCells.attribute = FamilyNames::AttrColumnId;
+    statusCells.value = FamilyNames::ColStatus;
+    if (!m_familyXml.SetXml(familyXml ? familyXml : L"", statusCells))
         return;
 
     for (const WideString& text : stringDocuments) {

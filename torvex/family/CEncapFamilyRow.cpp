@@ -17,9 +17,10 @@ CEncapFamilyRow::CEncapFamilyRow(const XMLNode& node, CEncapFamilyTable* table)
     InitializeData();
 }
 
-CEncapFamilyRow::CEncapFamilyRow(XMLNode&& node, CEncapFamilyTable* table)
+CEncapFamilyRow::CEncapFamilyRow(XMLNode&& node, CEncapFamilyTable* table, bool readStatus)
     : m_node(std::move(node)), m_table(table) {
-    InitializeData();
+    if (readStatus)
+        InitializeData();
 }
 
 CEncapFamilyRow::~CEncapFamilyRow() = default;

@@ -25,8 +25,9 @@ public:
     /// Copies the node handle, records the table, then reads the status cell (suppression).
     /// Never fails.
     CEncapFamilyRow(const XMLNode& node, CEncapFamilyTable* table);
-    /// The same, taking the handle over. Never fails.
-    CEncapFamilyRow(XMLNode&& node, CEncapFamilyTable* table);
+    /// The same, taking the handle over; `readStatus` false when the caller knows the row has
+    /// no status cell. Never fails.
+    CEncapFamilyRow(XMLNode&& node, CEncapFamilyTable* table, bool readStatus = true);
     /// Copies all four members; the node copy shares the element. Never fails.
     CEncapFamilyRow(const CEncapFamilyRow&) = default;
     /// Copies all four members; the node copy shares the element. Never fails.

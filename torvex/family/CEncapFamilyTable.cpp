@@ -17,6 +17,7 @@
 #include <limits>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace torvex {
@@ -104,6 +105,13 @@ void CEncapFamilyTable::InitializeData() {
     XMLNodeArray rowNodes;
     // Found without XPath, which would sort every row by document order.
     m_node.SelectChildElements(FamilyNames::ElemRows, FamilyNames::ElemRow, rowNodes);
+    // When the parse noted every cell that may be a status cell, a row holding none of them
+    // has no status to read; its cells are not searched.
+    std::unordered_set<const void*> mayHoldStatus;
+    XMLNodeArray statusCells;
+    const bool statusNoted = statusFound && m_node.GetWatchedElements(statusCells);
+    for (const XMLNode& cell : statusCells)
+        mayHoldStatus.insert(cell.GetParentNode().GetIdentity());
     m_rowIds.reserve(static_cast<size_t>(rowNodes.GetSize()));
     m_loadedRows.reserve(static_cast<size_t>(rowNodes.GetSize()));
     for (XMLNode& node : rowNodes) {
@@ -113,7 +121,9 @@ void CEncapFamilyTable::InitializeData() {
         m_rowIds.push_back(std::move(id));
         try {
             // The row takes the handle the list holds, which goes with the list.
-            m_loadedRows.push_back(new CEncapFamilyRow(std::move(node), this)); // room was made
+            const bool readStatus = !statusNoted || mayHoldStatus.count(node.GetIdentity()) != 0;
+            m_loadedRows.push_back(
+                new CEncapFamilyRow(std::move(node), this, readStatus)); // room was made
         } catch (...) {
             m_rowIds.pop_back();
             throw;

@@ -598,6 +598,18 @@ uint64_t XMLNode::GetDocumentChangeCount() const noexcept {
     return d != nullptr ? d->changes : 0;
 }
 
+bool XMLNode::GetWatchedElements(XMLNodeArray& out) const {
+    out.RemoveAll();
+    const Document* d = node_ != nullptr ? DocumentOf(ToXml(node_)) : nullptr;
+    if (d == nullptr || !d->hasWatched || d->watchedAt != d->changes) {
+        return false;
+    }
+    for (xmlNodePtr element : d->watched) {
+        out.Add(Wrap(element));
+    }
+    return true;
+}
+
 bool XMLNode::CollectKeyedChildren(const wchar_t* name, const wchar_t* attribute,
                                    std::vector<KeyedChild>& out) const {
     // Entries keep their room from an earlier collection; only the count is cut at the end.

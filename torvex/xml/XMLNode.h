@@ -66,6 +66,13 @@ public:
     /// The change count of the node's document (XMLParser::GetChangeCount): what was read from
     /// the node still holds while it stands. 0 for an empty node. Never fails.
     uint64_t GetDocumentChangeCount() const noexcept;
+    /// The same for every handle on the node, and distinct between nodes; null for an empty
+    /// handle. Lets a caller keep a set of nodes. Never fails.
+    const void* GetIdentity() const noexcept { return node_; }
+    /// The elements the watch of the last parse of the node's document noted, in document order
+    /// (XMLParser::SetXml with a watch); `out` emptied first. False when the node is empty, that
+    /// parse had no watch or could not keep it, or the document changed since.
+    bool GetWatchedElements(XMLNodeArray& out) const;
     /// The DOM node kind (NodeType); NodeNone for an empty node.
     int GetNodeType() const;
 

@@ -34,9 +34,13 @@ WideString GenericXmlFilename() {
     return platform::TempDirectory() + platform::FormatGuidBraced(platform::NewGuid()) + L".xml";
 }
 
-void Load(Document* d, const ParseResult& parsed) {
+void Load(Document* d, ParseResult&& parsed) {
     ReplaceContent(d, parsed.doc, parsed.hasDeclaration ? &parsed.declaration : nullptr,
                    parsed.mayHoldBlankText);
+    // The new tree's nodes stay what they were in the parsed document.
+    d->watched = std::move(parsed.watched);
+    d->hasWatched = parsed.watchedAll;
+    d->watchedAt = d->changes;
 }
 
 } // namespace
@@ -119,7 +123,7 @@ bool XMLParser::LoadXmlDocument(const wchar_t* path) {
     }
     ParseResult parsed = ParseBytes(bytes);
     bool ok = parsed.doc != nullptr;
-    Load(doc_, parsed);
+    Load(doc_, std::move(parsed));
     return ok;
 }
 
@@ -142,7 +146,20 @@ bool XMLParser::SetXml(const wchar_t* text) {
     }
     ParseResult parsed = ParseText(text);
     bool ok = parsed.doc != nullptr;
-    Load(doc_, parsed);
+    Load(doc_, std::move(parsed));
+    return ok;
+}
+
+bool XMLParser::SetXml(const wchar_t* text, const ElementWatch& watch) {
+    if (doc_ == nullptr) {
+        return false;
+    }
+    auto utf8 = [](const wchar_t* name) { return platform::ToUtf8(name != nullptr ? name : L""); };
+    const xmldetail::ElementWatch noted{utf8(watch.element), utf8(watch.attribute),
+                                        utf8(watch.value)};
+    ParseResult parsed = ParseText(text, &noted);
+    bool ok = parsed.doc != nullptr;
+    Load(doc_, std::move(parsed));
     return ok;
 }
 

@@ -74,6 +74,19 @@ public:
     /// Replaces the content by the parsed text; false when documentless or the text is malformed
     /// (the former content is gone all the same; handles on it stay valid, detached).
     bool SetXml(const wchar_t* text);
+    /// What a parse notes while it builds the tree, for a reader that would otherwise search
+    /// the whole tree for a few elements: every element named `element` whose attribute
+    /// `attribute` equals `value` ignoring ASCII case. Prefixes are not looked at and a value
+    /// holding an entity reference counts as equal, so the notes may hold more than the exact
+    /// matches, never fewer. Null names count as empty.
+    struct ElementWatch {
+        const wchar_t* element = nullptr;
+        const wchar_t* attribute = nullptr;
+        const wchar_t* value = nullptr;
+    };
+    /// SetXml that also notes the elements the watch asks for; XMLNode::GetWatchedElements
+    /// gives them while the document stays unchanged. Fails as the other form.
+    bool SetXml(const wchar_t* text, const ElementWatch& watch);
     /// The document serialised (each top-level node followed by a line feed); `out` emptied
     /// first; false when documentless.
     bool GetXml(WideString& out) const;

@@ -54,6 +54,10 @@ struct Document {
     // Edits of the tree (nodes added, moved or removed, attributes and texts set) so far, so that
     // an index kept beside the document can tell that it is out of date.
     uint64_t changes = 0;
+    // What the watch of the last parse noted, good while `changes` stands at `watchedAt`.
+    std::vector<xmlNodePtr> watched;
+    bool hasWatched = false;
+    uint64_t watchedAt = 0;
 };
 
 inline xmlNodePtr ToXml(Node* node) {

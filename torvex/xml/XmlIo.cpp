@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <cwchar>
 #include <memory>
 #include <string_view>
@@ -58,6 +59,95 @@ void NoteCharacters(void* ctx, const xmlChar* text, int length) {
         t_sawBlankText = true;
     }
     xmlSAX2Characters(ctx, text, length);
+}
+
+// The watch of a parse and what it noted so far; the parser context points to it.
+struct WatchState {
+    const ElementWatch* watch = nullptr;
+    std::vector<xmlNodePtr>* notes = nullptr;
+    bool lost = false; // no room for a note: the watch was given up
+    // The parser hands names over from its dictionary, the same pointer for the same name: the
+    // last pointers that matched answer without a comparison. A pointer reused for another name
+    // could only note an element too many, never miss one.
+    const xmlChar* elementSeen = nullptr;
+    const xmlChar* attributeSeen = nullptr;
+};
+
+// Names compare inline: the check runs for every element of the document.
+bool SameName(const xmlChar* name, const std::string& wanted) {
+    const char* a = reinterpret_cast<const char*>(name);
+    const char* b = wanted.c_str();
+    while (*a != '\0' && *a == *b) {
+        ++a;
+        ++b;
+    }
+    return *a == *b;
+}
+
+bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (size_t i = 0; i < a.size(); ++i) {
+        char x = a[i], y = b[i];
+        if (x >= 'a' && x <= 'z') {
+            x = static_cast<char>(x - 'a' + 'A');
+        }
+        if (y >= 'a' && y <= 'z') {
+            y = static_cast<char>(y - 'a' + 'A');
+        }
+        if (x != y) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The tree builder's start of an element, then the watch: the element just made is noted when
+// it matches. Attributes come as five pointers each: name, prefix, URI, value, end of value.
+void WatchStartElement(void* ctx, const xmlChar* localname, const xmlChar* prefix,
+                       const xmlChar* uri, int namespaceCount, const xmlChar** namespaces,
+                       int attributeCount, int defaultedCount, const xmlChar** attributes) {
+    xmlSAX2StartElementNs(ctx, localname, prefix, uri, namespaceCount, namespaces, attributeCount,
+                          defaultedCount, attributes);
+    auto* ctxt = static_cast<xmlParserCtxtPtr>(ctx);
+    auto* state = static_cast<WatchState*>(ctxt->_private);
+    if (state == nullptr || state->lost) {
+        return;
+    }
+    if (localname != state->elementSeen) {
+        if (!SameName(localname, state->watch->element)) {
+            return;
+        }
+        state->elementSeen = localname;
+    }
+    xmlNodePtr made = ctxt->node;
+    if (made == nullptr || made->type != XML_ELEMENT_NODE || made->name == nullptr ||
+        (made->name != localname && !SameName(made->name, state->watch->element))) {
+        return;
+    }
+    for (int i = 0; i < attributeCount; ++i) {
+        const xmlChar** attribute = attributes + 5 * i;
+        if (attribute[0] != state->attributeSeen) {
+            if (!SameName(attribute[0], state->watch->attribute)) {
+                continue;
+            }
+            state->attributeSeen = attribute[0];
+        }
+        const std::string_view value(reinterpret_cast<const char*>(attribute[3]),
+                                     static_cast<size_t>(attribute[4] - attribute[3]));
+        // A reference the parser left in the value is longer than what it stands for.
+        const std::string& wanted = state->watch->value;
+        if (EqualsIgnoringAsciiCase(value, wanted) ||
+            (value.size() > wanted.size() && value.find('&') != std::string_view::npos)) {
+            try {
+                state->notes->push_back(made);
+            } catch (...) {
+                state->lost = true;
+            }
+            return;
+        }
+    }
 }
 
 // The parser's callbacks for any document: no document type, no messages, blank text noted.
@@ -158,7 +248,8 @@ int CloseWide(void*) {
     return 0;
 }
 
-xmlDocPtr ParseWide(const wchar_t* text, int options) {
+xmlDocPtr ParseWide(const wchar_t* text, int options, const ElementWatch* watch,
+                    ParseResult& result) {
     InitLibrary();
     QuietErrors quiet;
     t_sawBlankText = false;
@@ -167,9 +258,23 @@ xmlDocPtr ParseWide(const wchar_t* text, int options) {
         return nullptr;
     }
     GuardContext(ctxt);
+    // The watch rides on the tree builder; a parser set up otherwise keeps none.
+    WatchState state;
+    if (watch != nullptr && ctxt->sax->startElementNs == xmlSAX2StartElementNs &&
+        ctxt->_private == nullptr) {
+        state.watch = watch;
+        state.notes = &result.watched;
+        ctxt->_private = &state;
+        ctxt->sax->startElementNs = WatchStartElement;
+    }
     WideSource source;
     source.next = text;
     xmlDocPtr doc = xmlCtxtReadIO(ctxt, ReadWide, CloseWide, &source, nullptr, "UTF-8", options);
+    ctxt->_private = nullptr;
+    result.watchedAll = state.watch != nullptr && !state.lost;
+    if (!result.watchedAll) {
+        result.watched.clear();
+    }
     return TakeDocument(ctxt, doc, true);
 }
 
@@ -349,7 +454,7 @@ void AppendEscapedText(std::string& out, const char* text) {
     AppendEscaped(out, text, false);
 }
 
-ParseResult ParseText(const wchar_t* text) {
+ParseResult ParseText(const wchar_t* text, const ElementWatch* watch) {
     ParseResult result;
     if (text == nullptr) {
         text = L"";
@@ -357,7 +462,11 @@ ParseResult ParseText(const wchar_t* text) {
     if (*text == L'\xFEFF') {
         ++text;
     }
-    result.doc = ParseWide(text, kParseOptions | XML_PARSE_IGNORE_ENC);
+    result.doc = ParseWide(text, kParseOptions | XML_PARSE_IGNORE_ENC, watch, result);
+    if (result.doc == nullptr) {
+        result.watched.clear();
+        result.watchedAll = false;
+    }
     result.mayHoldBlankText = t_sawBlankText;
     if (result.doc != nullptr) {
         result.hasDeclaration = ExtractDeclaration(DeclarationHead(text), result.declaration);

@@ -5,6 +5,7 @@
 #include <libxml/tree.h>
 
 #include <string>
+#include <vector>
 
 #include "torvex/platform/WideString.h"
 
@@ -19,10 +20,25 @@ struct ParseResult {
     // False when the parser met no text of white space alone, so that no element of the
     // document holds a blank text node.
     bool mayHoldBlankText = true;
+    // The elements the watch of the parse noted, in document order; `watchedAll` is false when
+    // the parse had no watch or could not keep one.
+    std::vector<xmlNodePtr> watched;
+    bool watchedAll = false;
+};
+
+/// What a parse notes while it builds the tree: every element of the local name whose attribute
+/// of the local name has the value ignoring ASCII case (or a value the parser left holding an
+/// entity reference). Prefixes are not looked at, so the notes are a superset of the exact
+/// matches. UTF-8.
+struct ElementWatch {
+    std::string element;
+    std::string attribute;
+    std::string value;
 };
 
 /// Parses wide text as it stands: an encoding named in its declaration is ignored.
-ParseResult ParseText(const wchar_t* text);
+/// With a watch, the result lists what it noted.
+ParseResult ParseText(const wchar_t* text, const ElementWatch* watch = nullptr);
 /// Parses the bytes of a file; the encoding comes from a byte order mark or the declaration.
 ParseResult ParseBytes(const std::string& bytes);
 
