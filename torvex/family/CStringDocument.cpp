@@ -1,10 +1,12 @@
 #include "torvex/family/CStringDocument.h"
 
 #include "torvex/family/FamilyNames.h"
+#include "torvex/text/TextHash.h"
 #include "torvex/xml/XMLNodeArray.h"
 #include "torvex/xml/XPathLiteral.h"
 
 #include <cwchar>
+#include <functional>
 #include <unordered_map>
 
 namespace torvex {
@@ -63,13 +65,13 @@ struct CStringDocument::Index {
         XMLNode rows;    // its Rows, or empty
         XMLNode title;
         XMLNode columnwide;
-        std::unordered_map<WideString, XMLNode> cells; // by RowId
+        std::unordered_map<WideString, XMLNode, TextHash, std::equal_to<>> cells; // by RowId
     };
 
     uint64_t stamp = 0;
     bool regular = true;
-    XMLNode table;                                  // the one Table, or empty
-    std::unordered_map<WideString, Column> columns; // by ColumnId
+    XMLNode table; // the one Table, or empty
+    std::unordered_map<WideString, Column, TextHash, std::equal_to<>> columns; // by ColumnId
 
     XMLNode& Property(Column& column, const wchar_t* property) {
         return std::wcscmp(property, N::ElemTitle) == 0 ? column.title : column.columnwide;
