@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <random>
 #include <string>
@@ -103,6 +104,23 @@ TEST(CStringMapTo, ATextChangedInPlaceIsLookedUpAfresh) {
         int value = -1;
         map.Lookup(buffer, value);
         EXPECT_EQ(value, expected) << platform::ToUtf8(step);
+    }
+
+    // Many buffers, more than a set of remembered texts holds, asked round after round while
+    // every third one changes its text between rounds.
+    Map many;
+    for (int i = 0; i < 60; ++i)
+        many.SetAt(std::to_wstring(i).c_str(), i);
+    std::vector<std::array<wchar_t, 4>> buffers(200);
+    for (int round = 0; round < 4; ++round) {
+        for (size_t i = 0; i < buffers.size(); ++i) {
+            const int key = static_cast<int>((i + (i % 3 == 0 ? round : 0)) % 70);
+            const std::wstring text = std::to_wstring(key);
+            std::copy(text.c_str(), text.c_str() + text.size() + 1, buffers[i].data());
+            int value = -1;
+            many.Lookup(buffers[i].data(), value);
+            EXPECT_EQ(value, key < 60 ? key : -1) << "round " << round << ", buffer " << i;
+        }
     }
 }
 

@@ -123,11 +123,11 @@ public:
         }
         // A text asked again where the caller keeps it (a loop over a list of ids) is answered
         // from the entry it found last, once the text is seen to still match that entry.
-        Remembered* set = m_remembered ? &m_remembered[RememberedSet(text) * 2] : nullptr;
+        Remembered* set = m_remembered ? &m_remembered[RememberedSet(text) * kWays] : nullptr;
         if (set) {
-            for (const Remembered* way : {&set[0], &set[1]}) {
-                if (way->text == text && MatchesFolded(way->node->key, text)) {
-                    out = way->node->value.value;
+            for (size_t way = 0; way < kWays; ++way) {
+                if (set[way].text == text && MatchesFolded(set[way].node->key, text)) {
+                    out = set[way].node->value.value;
                     return true;
                 }
             }
@@ -138,12 +138,20 @@ public:
         m_lastKey.assign(text);
         m_lastHit = node;
         if (!set) {
-            m_remembered = std::make_unique<Remembered[]>(kRememberedSets * 2);
-            set = &m_remembered[RememberedSet(text) * 2];
+            m_remembered = std::make_unique<Remembered[]>(kRememberedSets * kWays);
+            set = &m_remembered[RememberedSet(text) * kWays];
         }
-        // The newer of a set's two ways comes first; the older one gives way.
-        if (set[0].text != text)
-            set[1] = set[0];
+        // A set's ways go from newest to oldest; the oldest gives way, or the text's own way
+        // when it is there already.
+        size_t last = kWays - 1;
+        for (size_t way = 0; way < kWays - 1; ++way) {
+            if (set[way].text == text) {
+                last = way;
+                break;
+            }
+        }
+        for (size_t way = last; way > 0; --way)
+            set[way] = set[way - 1];
         set[0] = Remembered{text, node};
         out = node->value.value;
         return true;
@@ -286,7 +294,10 @@ private:
         const wchar_t* text = nullptr;
         const Node* node = nullptr;
     };
+    // A table's ids in a caller's list (a row's columns) land a few to a set; four ways keep
+    // them all.
     static constexpr size_t kRememberedSets = 64; // RememberedSet gives 6 bits
+    static constexpr size_t kWays = 4;
     mutable std::unique_ptr<Remembered[]> m_remembered;
 };
 
