@@ -95,6 +95,22 @@ TEST(StructureEdits, NewRowHoldsItsIdAndARevision) {
     ExpectTableInStep(table, "InsertNewRow with a GUID");
 }
 
+// A row deleted and entered again under the same id is read afresh, also by the evaluation that
+// read the former row last.
+TEST(StructureEdits, ARowEnteredAgainUnderItsIdIsReadAfresh) {
+    auto family = Open(Col(L"x") + Col(L"y", L" ColumnwideValue=\"{x}-{x}\""),
+                       L"<Row RowId=\"a\"><Cell ColumnId=\"x\">1</Cell></Row>");
+    CEncapFamilyTable& table = *family->GetEncapFamilyTable();
+    WideString value;
+    ASSERT_EQ(table.GetValue(L"a", L"y", value), CTableEvaluator::EvalOk);
+    EXPECT_EQ(value, L"1-1");
+    ASSERT_TRUE(table.DeleteRow(0));
+    ASSERT_TRUE(table.InsertNewRow(0, L"a"));
+    table.SetValue(L"a", L"x", L"2", true);
+    ASSERT_EQ(table.GetValue(L"a", L"y", value), CTableEvaluator::EvalOk);
+    EXPECT_EQ(value, L"2-2");
+}
+
 // Each edit on the same small table: the document it leaves and, after it, the invariant.
 TEST(StructureEdits, EachEditLeavesTheTableInStep) {
     const WideString columns =

@@ -5,6 +5,7 @@
 #include "torvex/evaluation/IEvaluatorProvider.h"
 #include "torvex/family/CEncapFamily.h"
 #include "torvex/family/CEncapFamilyColumn.h"
+#include "torvex/family/CEncapFamilyRow.h"
 #include "torvex/family/CEncapFamilyTable.h"
 #include "torvex/platform/AsciiText.h"
 #include "torvex/platform/NumberText.h"
@@ -97,13 +98,20 @@ struct CTableEvaluator::Frame {
     // `below` is the frame of the cell that refers to this one, in the same row, or null.
     void Begin(std::wstring_view row, std::wstring_view column, std::wstring_view lang,
                const Frame* below, CTableEvaluator& evaluator) {
-        // A frame mostly follows one of the same row and language: equal texts are not copied.
-        if (std::wstring_view(rowId) != row)
+        // A frame mostly follows one of the same row and language: equal texts are not copied,
+        // and what the frame found for its row still holds.
+        if (std::wstring_view(rowId) != row) {
             rowId.assign(row);
+            rowHash = 0;
+            foundRow = nullptr;
+        }
         columnId.assign(column);
         if (std::wstring_view(language) != lang)
             language.assign(lang);
-        rowHash = below ? below->rowHash : evaluator.RowHash(row);
+        if (below)
+            rowHash = below->rowHash;
+        else if (rowHash == 0)
+            rowHash = evaluator.RowHash(row);
         uint64_t hash = rowHash;
         for (wchar_t c : column)
             hash = TextHash::Add(hash, c);
@@ -142,6 +150,9 @@ struct CTableEvaluator::Frame {
     WideString language;
     // The cell's key "row{column", as a hash: of its start and of the whole.
     uint64_t rowHash = 0;
+    // The table's row of `rowId`, found once while the table's rows stand at `rowGeneration`.
+    const CEncapFamilyRow* foundRow = nullptr;
+    uint64_t rowGeneration = 0;
     uint64_t keyHash = 0;
     InProgress* inProgress = nullptr; // the set the cell is in, while it is
     bool alreadyInProgress = false;   // the key was in the set when the cell began
@@ -355,8 +366,14 @@ bool CTableEvaluator::BeginCell(Frame& frame, bool recall) {
     if (localized)
         status =
             m_table->GetLocalizedCellValue(rowId.c_str(), columnId.c_str(), language.c_str(), text);
-    if (status == 1)
-        status = m_table->GetRawValue(rowId.c_str(), columnId.c_str(), text);
+    if (status == 1) {
+        // The table's GetRawValue, the row found once for the frame's cells.
+        if (!frame.foundRow || frame.rowGeneration != m_table->GetRowsGeneration()) {
+            frame.foundRow = m_table->GetFamilyRowByID(rowId.c_str());
+            frame.rowGeneration = m_table->GetRowsGeneration();
+        }
+        status = frame.foundRow ? frame.foundRow->GetRawValue(columnId.c_str(), text) : 1;
+    }
     if (status == 1 && localized)
         status = m_table->GetLocalizedFormula(columnId.c_str(), language.c_str(), text);
     if (status == 1)

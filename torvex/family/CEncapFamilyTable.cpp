@@ -226,6 +226,11 @@ CEncapFamilyRow* CEncapFamilyTable::GetFamilyRowByID(const wchar_t* rowId) const
     return row;
 }
 
+uint64_t CEncapFamilyTable::GetRowsGeneration() const {
+    MapLoadedRows();
+    return m_rows.GetGeneration();
+}
+
 CEncapFamilyColumn* CEncapFamilyTable::GetFamilyColumnByID(const wchar_t* columnId) const {
     CEncapFamilyColumn* column = nullptr;
     m_columns.Lookup(columnId, column);

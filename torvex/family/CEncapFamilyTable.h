@@ -68,6 +68,10 @@ public:
     /// Moves on whenever a column is added, replaced or removed, so that what was looked up by
     /// id holds while it stands. Never fails.
     uint64_t GetColumnsGeneration() const { return m_columns.GetGeneration(); }
+    /// Moves on with every change of which row an id finds (rows entered, removed, the table
+    /// cleared), so that a caller can keep a row it looked up while the count stands. Never
+    /// fails.
+    uint64_t GetRowsGeneration() const;
     /// The row at the index; null for an index out of range.
     CEncapFamilyRow* GetFamilyRowByIndex(int index) const;
     /// The column at the index; null for an index out of range.
