@@ -45,4 +45,15 @@ inline bool EqualsIgnoringAsciiCase(std::wstring_view a, std::wstring_view b) {
     return true;
 }
 
+/// The same for UTF-8 texts: only the ASCII bytes fold, so no byte of a longer sequence does.
+inline bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    auto upper = [](char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; };
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (upper(a[i]) != upper(b[i]))
+            return false;
+    return true;
+}
+
 } // namespace torvex::platform

@@ -13,6 +13,7 @@
 #include <memory>
 #include <string_view>
 
+#include "torvex/platform/AsciiText.h"
 #include "torvex/platform/Utf16.h"
 #include "torvex/xml/XmlDom.h"
 
@@ -84,25 +85,6 @@ bool SameName(const xmlChar* name, const std::string& wanted) {
     return *a == *b;
 }
 
-bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    for (size_t i = 0; i < a.size(); ++i) {
-        char x = a[i], y = b[i];
-        if (x >= 'a' && x <= 'z') {
-            x = static_cast<char>(x - 'a' + 'A');
-        }
-        if (y >= 'a' && y <= 'z') {
-            y = static_cast<char>(y - 'a' + 'A');
-        }
-        if (x != y) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // The tree builder's start of an element, then the watch: the element just made is noted when
 // it matches. Attributes come as five pointers each: name, prefix, URI, value, end of value.
 void WatchStartElement(void* ctx, const xmlChar* localname, const xmlChar* prefix,
@@ -138,7 +120,7 @@ void WatchStartElement(void* ctx, const xmlChar* localname, const xmlChar* prefi
                                      static_cast<size_t>(attribute[4] - attribute[3]));
         // A reference the parser left in the value is longer than what it stands for.
         const std::string& wanted = state->watch->value;
-        if (EqualsIgnoringAsciiCase(value, wanted) ||
+        if (platform::EqualsIgnoringAsciiCase(value, wanted) ||
             (value.size() > wanted.size() && value.find('&') != std::string_view::npos)) {
             try {
                 state->notes->push_back(made);
