@@ -35,25 +35,27 @@ inline WideString TrimCSpace(std::wstring_view text) {
     return WideString(text.substr(first, last - first));
 }
 
-/// True when the texts are equal with ASCII letters folded.
-inline bool EqualsIgnoringAsciiCase(std::wstring_view a, std::wstring_view b) {
-    if (a.size() != b.size())
-        return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (AsciiUpper(a[i]) != AsciiUpper(b[i]))
-            return false;
-    return true;
-}
-
-/// The same for UTF-8 texts: only the ASCII bytes fold, so no byte of a longer sequence does.
-inline bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
-    auto upper = [](char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; };
+namespace detail {
+template <class C>
+bool EqualsIgnoringAsciiCase(std::basic_string_view<C> a, std::basic_string_view<C> b) {
+    auto upper = [](C c) { return (c >= C('a') && c <= C('z')) ? static_cast<C>(c - 32) : c; };
     if (a.size() != b.size())
         return false;
     for (size_t i = 0; i < a.size(); ++i)
         if (upper(a[i]) != upper(b[i]))
             return false;
     return true;
+}
+} // namespace detail
+
+/// True when the texts are equal with ASCII letters folded.
+inline bool EqualsIgnoringAsciiCase(std::wstring_view a, std::wstring_view b) {
+    return detail::EqualsIgnoringAsciiCase(a, b);
+}
+
+/// The same for UTF-8 texts: only the ASCII bytes fold, so no byte of a longer sequence does.
+inline bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    return detail::EqualsIgnoringAsciiCase(a, b);
 }
 
 } // namespace torvex::platform
